@@ -1,0 +1,51 @@
+# Every library from outside, as an imported target. Natively they come from the distribution's
+# packages, for Windows from the prefix that cmake/windows-deps.sh fills.
+#   jansson::jansson  libdeflate::libdeflate  OpenSSL::Crypto (not on Windows)
+#   spdlog::spdlog_header_only  fmt::fmt-header-only  CLI11::CLI11  valijson (header-only)
+#   GTest::gtest_main GTest::gmock
+include(GoogleTest)
+
+# orvu_import(TARGET HEADER LIBRARY): an imported target from one header and one library.
+function(orvu_import target header library)
+  string(MAKE_C_IDENTIFIER "${target}" id)
+  find_path(${id}_INCLUDE_DIR ${header} REQUIRED)
+  add_library(${target} UNKNOWN IMPORTED GLOBAL)
+  find_library(${id}_LIBRARY NAMES ${library} REQUIRED)
+  set_target_properties(${target} PROPERTIES IMPORTED_LOCATION "${${id}_LIBRARY}")
+  if(NOT ${id}_INCLUDE_DIR STREQUAL "/usr/include")
+    set_target_properties(${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${${id}_INCLUDE_DIR}")
+  endif()
+endfunction()
+
+# orvu_import_headers(TARGET HEADER): the same for a header-only library.
+function(orvu_import_headers target header)
+  string(MAKE_C_IDENTIFIER "${target}" id)
+  find_path(${id}_INCLUDE_DIR ${header} REQUIRED HINTS "${ORVU_NATIVE_DEPS}/include")
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  if(NOT ${id}_INCLUDE_DIR STREQUAL "/usr/include")
+    set_target_properties(${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${${id}_INCLUDE_DIR}")
+  endif()
+endfunction()
+
+if(DEFINED ENV{ORVU_NATIVE_DEPS})
+  set(ORVU_NATIVE_DEPS "$ENV{ORVU_NATIVE_DEPS}")
+else()
+  set(ORVU_NATIVE_DEPS "${PROJECT_SOURCE_DIR}/build/deps/native")
+endif()
+
+orvu_import(jansson::jansson jansson.h jansson)
+orvu_import(libdeflate::libdeflate libdeflate.h deflate)
+orvu_import_headers(fmt::fmt-header-only fmt/format.h)
+target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
+orvu_import_headers(spdlog::spdlog_header_only spdlog/spdlog.h)
+target_compile_definitions(spdlog::spdlog_header_only INTERFACE SPDLOG_FMT_EXTERNAL=1)
+target_link_libraries(spdlog::spdlog_header_only INTERFACE fmt::fmt-header-only)
+orvu_import_headers(CLI11::CLI11 CLI/CLI.hpp)
+orvu_import_headers(valijson valijson/validator.hpp)
+target_compile_definitions(valijson INTERFACE VALIJSON_USE_EXCEPTIONS=1)
+if(NOT WIN32)
+  find_package(OpenSSL REQUIRED)
+endif()
+if(ORVU_TESTS)
+  find_package(GTest REQUIRED)
+endif()

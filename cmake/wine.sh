@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Runs a Windows program of the cross build under Wine, in a prefix of the build folder's own.
+#   wine.sh --prepare   makes the prefix if it is missing and starts a server that stays for a while
+#   wine.sh PROGRAM ARGUMENT...
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+export WINEPREFIX="${ORVU_WINEPREFIX:-$root/build/wine}"
+export WINEDEBUG="${WINEDEBUG:--all}" DISPLAY= WINEARCH=win64
+export WINEDLLOVERRIDES="winemenubuilder.exe=d;mscoree=d;mshtml=d;winedbg.exe=d"
+wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
+server=$(command -v wineserver || echo /usr/lib/wine/wineserver64)
+
+prepare() {
+  mkdir -p "$(dirname "$WINEPREFIX")"
+  exec 9>"$WINEPREFIX.lock"
+  flock 9
+  if [ ! -f "$WINEPREFIX/.ready" ]; then
+    rm -rf "$WINEPREFIX"
+    # The server inherits every descriptor and would keep a caller's pipes open: give it none.
+    (exec 9>&- </dev/null >/dev/null 2>&1; "$server" -p600; "$wine" wineboot -i; "$wine" winecfg -v win10)
+    touch "$WINEPREFIX/.ready"
+  fi
+  (exec 9>&- </dev/null >/dev/null 2>&1; "$server" -p600; "$wine" cmd /c exit) || true
+  exec 9>&-
+}
+
+if [ "${1:-}" = --prepare ]; then
+  prepare
+  exit 0
+fi
+[ -f "$WINEPREFIX/.ready" ] || prepare
+exec "$wine" "$@"
