@@ -11,7 +11,6 @@ stamp="$prefix/.done-1"
 echo "cross-building dependencies into build/deps/windows (about a minute)"
 . "$root/cmake/sources.sh"
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 mkdir -p "$prefix/include"
 
 # cross NAME SOURCE-DIR CMAKE-ARGUMENT...: configure, build and install into the prefix.
@@ -25,16 +24,30 @@ cross() {
   cmake --install "$work/build-$name"
 }
 
-build_all() {
-  orvu_apt_setup "$work/apt"
-  (cd "$work" && orvu_apt_get source jansson libdeflate)
-  cross jansson "$(echo "$work"/jansson-*/)" -DJANSSON_BUILD_SHARED_LIBS=OFF \
-    -DJANSSON_BUILD_DOCS=OFF -DJANSSON_WITHOUT_TESTS=ON -DJANSSON_EXAMPLES=OFF
-  cross libdeflate "$(echo "$work"/libdeflate-*/)" -DLIBDEFLATE_BUILD_SHARED_LIB=OFF \
-    -DLIBDEFLATE_BUILD_GZIP=OFF
-  cross googletest /usr/src/googletest -DBUILD_GMOCK=ON
+# deflate SOURCE-DIR: its makefile of this version guesses the system from the compiler's name, and
+# the objects are few: compile them directly.
+deflate() {
+  local source="$1" object="$work/build-libdeflate"
+  mkdir -p "$object"
+  local file
+  for file in "$source"lib/*.c "$source"lib/x86/*.c; do
+    x86_64-w64-mingw32-gcc-posix -O2 -std=gnu11 -I"$source" -I"$source/lib" \
+      -c "$file" -o "$object/$(echo "${file#"$source"}" | tr / _).o"
+  done
+  x86_64-w64-mingw32-ar rcs "$prefix/lib/libdeflate.a" "$object"/*.o
+  cp "$source/libdeflate.h" "$prefix/include/"
 }
-build_all >"$work/log" 2>&1 || { tail -n 30 "$work/log" >&2; exit 1; }
+
+# Everything below reports into a log that is shown when a step fails.
+exec 3>&1 4>&2 >"$work/log" 2>&1
+trap 'status=$?; exec >&3 2>&4; [ $status -eq 0 ] || tail -n 30 "$work/log" >&2; rm -rf "$work"' EXIT
+
+orvu_apt_setup "$work/apt"
+(cd "$work" && orvu_apt_get source jansson libdeflate)
+cross jansson "$(echo "$work"/jansson-*/)" -DJANSSON_BUILD_SHARED_LIBS=OFF \
+  -DJANSSON_BUILD_DOCS=OFF -DJANSSON_WITHOUT_TESTS=ON -DJANSSON_EXAMPLES=OFF
+deflate "$(echo "$work"/libdeflate-*/)"
+cross googletest /usr/src/googletest -DBUILD_GMOCK=ON
 
 for headers in fmt spdlog CLI; do
   rm -rf "${prefix:?}/include/$headers"

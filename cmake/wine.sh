@@ -10,17 +10,32 @@ export WINEDLLOVERRIDES="winemenubuilder.exe=d;mscoree=d;mshtml=d;winedbg.exe=d"
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 server=$(command -v wineserver || echo /usr/lib/wine/wineserver64)
 
+# The server and its services inherit every descriptor and would keep a caller's pipes open: what
+# may start them gets none.
+detached() {
+  (
+    exec 3>&- 4>&- 9>&- </dev/null >/dev/null 2>&1
+    for fd in /proc/self/fd/*; do
+      fd=${fd##*/}
+      [ "$fd" -gt 2 ] && [ "$fd" -ne 255 ] && eval "exec $fd>&-"
+    done
+    exec "$@"
+  )
+}
+
 prepare() {
   mkdir -p "$(dirname "$WINEPREFIX")"
   exec 9>"$WINEPREFIX.lock"
   flock 9
   if [ ! -f "$WINEPREFIX/.ready" ]; then
     rm -rf "$WINEPREFIX"
-    # The server inherits every descriptor and would keep a caller's pipes open: give it none.
-    (exec 9>&- </dev/null >/dev/null 2>&1; "$server" -p600; "$wine" wineboot -i; "$wine" winecfg -v win10)
+    mkdir -p "$WINEPREFIX"
+    detached "$wine" wineboot -i
+    detached "$wine" winecfg -v win10
     touch "$WINEPREFIX/.ready"
   fi
-  (exec 9>&- </dev/null >/dev/null 2>&1; "$server" -p600; "$wine" cmd /c exit) || true
+  detached "$server" -p600 || true  # one that runs already refuses, which is as good
+  detached "$wine" cmd /c exit
   exec 9>&-
 }
 
