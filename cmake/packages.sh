@@ -6,11 +6,11 @@ set -euo pipefail
 
 kind="${1:-build}"
 build=(g++ cmake ninja-build ccache pkg-config dpkg-dev
-  g++-mingw-w64-x86-64-posix osslsigncode openssl
+  g++-mingw-w64-x86-64-posix python3 osslsigncode openssl
   libjansson-dev libssl-dev libdeflate-dev libspdlog-dev libfmt-dev libcli11-dev
   libgtest-dev libgmock-dev googletest)
 test=(clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev
-  wine wine64 python3 libimage-exiftool-perl icoutils pev
+  wine wine64 libimage-exiftool-perl icoutils pev
   libbenchmark-dev libre2-dev libvectorscan-dev)
 
 wanted=("${build[@]}")
