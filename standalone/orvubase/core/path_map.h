@@ -14,8 +14,8 @@
 
 namespace orvu {
 
-// The native spelling, without a look at the file system. Nothing for an empty path, a drive that
-// does not exist here, or an embedded NUL.
+// The native spelling, without a look at the file system. Nothing for an empty path, one of
+// more than 32767 bytes, a drive that does not exist here, or an embedded NUL.
 std::optional<std::string> path_to_native(std::string_view framework);
 
 // The framework spelling: "/usr/bin/ssh" is "Z:\usr\bin\ssh"; a relative path stays relative.
