@@ -293,6 +293,30 @@ class Signals(OrvuTest):
             self.assertEqual(list((self.home / "var").iterdir()), [])
 
 
+class Idle(OrvuTest):
+    def cpu_seconds(self, pid):
+        total = 0
+        for task in pathlib.Path(f"/proc/{pid}/task").iterdir():
+            total += int((task / "schedstat").read_text().split()[0])
+        return total / 1e9
+
+    def test_an_idle_host_with_the_plug_in_loaded_uses_next_to_nothing(self):
+        file = self.write("library.json", library(rule(5, {"originalname": "x.exe"})))
+        process = subprocess.Popen(
+            self.command("identify", "--library", file, "-"), stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        with process:
+            process.stdout.readline()
+            time.sleep(1)
+            before, start = self.cpu_seconds(process.pid), time.monotonic()
+            time.sleep(6)
+            used = self.cpu_seconds(process.pid) - before
+            share = used / (time.monotonic() - start)
+            process.stdin.close()
+            process.stdout.read()
+        self.assertLess(share, 0.001, f"{used * 1000:.3f} ms of CPU time")
+
+
 def main():
     global OPTIONS
     parser = argparse.ArgumentParser()
