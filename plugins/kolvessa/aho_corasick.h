@@ -23,6 +23,8 @@
 #include <string_view>
 #include <vector>
 
+#include "plugins/kolvessa/aho_corasick_trie.h"
+
 namespace kolvessa {
 
 class CAhoCorasick {
@@ -53,6 +55,12 @@ class CAhoCorasick {
 
     // The memory that the object holds on the heap.
     [[nodiscard]] size_t memory_bytes() const;
+
+  private:
+    std::string bytes_;  // all patterns, end to end
+    std::vector<StoredPattern> patterns_;
+    bool any_not_empty_ = false;
+    Trie trie_;
 };
 
 }  // namespace kolvessa
