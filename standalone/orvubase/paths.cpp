@@ -49,6 +49,7 @@ const char* orvu_host_home(void) {
 }
 
 int32_t orvu_log_dir(char* buffer, uint32_t size) {
+    orvu::clear_out(buffer, size);
     return orvu::guarded<int32_t>(0, [&] {
         const std::string folder = orvu::home().framework + "\\log";
         return orvu::copy_out(folder, buffer, size) == orvu::RESULT_OK ? 1 : 0;
@@ -56,11 +57,11 @@ int32_t orvu_log_dir(char* buffer, uint32_t size) {
 }
 
 int32_t orvu_process_get_path(uint32_t pid, char* buffer, uint32_t size) {
+    orvu::clear_out(buffer, size);
     return orvu::guarded<int32_t>(orvu::RESULT_MEMORY, [&]() -> int32_t {
         if (buffer == nullptr || size == 0) {
             return orvu::RESULT_ARGUMENT;
         }
-        buffer[0] = '\0';
         if (pid == orvu::system::own_pid()) {
             return orvu::copy_out(program_path(), buffer, size);
         }
@@ -70,12 +71,14 @@ int32_t orvu_process_get_path(uint32_t pid, char* buffer, uint32_t size) {
 }
 
 int32_t orvu_path_get_cur_proc_a(char* buffer, uint32_t size) {
+    orvu::clear_out(buffer, size);
     return orvu::guarded<int32_t>(orvu::RESULT_MEMORY,
                                   [&] { return orvu::copy_out(program_path(), buffer, size); });
 }
 
 int32_t orvu_path_directory(const char* source, char* destination, uint32_t size) {
     if (source == nullptr || destination == nullptr || size == 0) {
+        orvu::clear_out(destination, size);
         return orvu::RESULT_ARGUMENT;
     }
     const size_t length = directory_length(source);
@@ -96,8 +99,10 @@ int32_t orvu_path_is_exist_u(const char* path) {
 int32_t orvu_dirutils_path_transform(const char* path, char* buffer, uint32_t size) {
     return orvu::guarded<int32_t>(orvu::RESULT_MEMORY, [&]() -> int32_t {
         if (path == nullptr) {
+            orvu::clear_out(buffer, size);
             return orvu::RESULT_ARGUMENT;
         }
+        // Expanded before the buffer is touched: the two may be the same.
         return orvu::copy_out(orvu::expand_path(path), buffer, size);
     });
 }

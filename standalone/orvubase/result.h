@@ -28,6 +28,13 @@ Value guarded(Value failure, Body body) noexcept {
     }
 }
 
+// What a call leaves in the caller's buffer unless it succeeds.
+inline void clear_out(char* buffer, uint32_t size) {
+    if (buffer != nullptr && size > 0) {
+        buffer[0] = '\0';
+    }
+}
+
 // Copies `text` with a NUL, or leaves an empty text when it does not fit.
 inline int32_t copy_out(std::string_view text, char* buffer, uint32_t size) {
     if (buffer == nullptr || size == 0) {
