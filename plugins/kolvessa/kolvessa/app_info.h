@@ -17,6 +17,12 @@ struct AppInfo {
     wide_string procpath;
 };
 
+// Reads the attributes of the file at a framework path; `want_procpath` also keeps the path itself.
+// True when at least one source gave something, if only the file's name. A source that fails leaves
+// its fields as they are, so `info` comes in empty; a null path reads as an empty one. Reads the
+// file only, logs nothing, and may be called from any thread; throws nothing but std::bad_alloc.
+bool read_app_info(const orvu_wchar* path, bool want_procpath, AppInfo& info);
+
 }  // namespace kolvessa
 
 #endif  // KOLVESSA_KOLVESSA_APP_INFO_H

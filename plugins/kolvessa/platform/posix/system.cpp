@@ -8,7 +8,9 @@
 
 namespace kolvessa::platform {
 
-uint32_t process_id() { return static_cast<uint32_t>(getpid()); }
+uint32_t process_id() {
+    return static_cast<uint32_t>(getpid());
+}
 
 uint32_t thread_id() {
     static thread_local const auto id = static_cast<uint32_t>(syscall(SYS_gettid));

@@ -4,13 +4,21 @@
 
 namespace kolvessa::platform {
 
-uint32_t process_id() { return GetCurrentProcessId(); }
+uint32_t process_id() {
+    return GetCurrentProcessId();
+}
 
-uint32_t thread_id() { return GetCurrentThreadId(); }
+uint32_t thread_id() {
+    return GetCurrentThreadId();
+}
 
-uint32_t tick_count() { return GetTickCount(); }
+uint32_t tick_count() {
+    return GetTickCount();
+}
 
-void sleep_ms(uint32_t milliseconds) { Sleep(milliseconds); }
+void sleep_ms(uint32_t milliseconds) {
+    Sleep(milliseconds);
+}
 
 bool local_time(std::tm& out) {
     const __time64_t now = _time64(nullptr);
