@@ -1,0 +1,153 @@
+#include "standalone/orvu_core/mailbox.h"
+
+#include <atomic>
+#include <exception>
+#include <unordered_map>
+#include <utility>
+
+namespace orvu {
+
+namespace {
+
+// Never destroyed: threads that outlive the static destructors still post and end.
+struct Directory {
+    std::mutex mutex;
+    std::unordered_map<uint64_t, std::weak_ptr<Mailbox>> boxes;
+    std::atomic<void (*)(const std::shared_ptr<Mailbox>&)> closed_hook{nullptr};
+};
+
+Directory& directory() {
+    static Directory& instance = *new Directory;
+    return instance;
+}
+
+struct ThreadSlot {
+    std::shared_ptr<Mailbox> box;
+    ~ThreadSlot();
+};
+
+// Trivial, so that it can still be read while the thread's other locals are destroyed.
+thread_local bool t_ended = false;
+thread_local ThreadSlot t_slot;
+
+ThreadSlot::~ThreadSlot() {
+    t_ended = true;
+    if (!box) {
+        return;
+    }
+    box->close();
+    Directory& all = directory();
+    {
+        const std::lock_guard lock(all.mutex);
+        all.boxes.erase(box->id());
+    }
+    if (auto* hook = all.closed_hook.load()) {
+        hook(box);
+    }
+}
+
+}  // namespace
+
+steady_time deadline_after(uint32_t milliseconds) {
+    if (milliseconds == UINT32_MAX) {
+        return steady_time::max();
+    }
+    return std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+}
+
+std::shared_ptr<Mailbox> Mailbox::current() {
+    if (t_ended) {
+        return nullptr;
+    }
+    if (!t_slot.box) {
+        try {
+            auto box = std::make_shared<Mailbox>(next_handle());
+            Directory& all = directory();
+            const std::lock_guard lock(all.mutex);
+            all.boxes.emplace(box->id(), box);
+            t_slot.box = std::move(box);
+        } catch (const std::exception&) {
+            return nullptr;
+        }
+    }
+    return t_slot.box;
+}
+
+Mailbox::Result Mailbox::post(Task task, Kind kind) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (closed_) {
+            return Result::closed;
+        }
+        if (tasks_.size() >= (kind == Kind::control ? 2 * kLimit : kLimit)) {
+            return Result::full;
+        }
+        tasks_.push_back(std::move(task));
+    }
+    changed_.notify_one();
+    return Result::posted;
+}
+
+bool Mailbox::wake() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (closed_) {
+            return false;
+        }
+        woken_ = true;
+    }
+    changed_.notify_one();
+    return true;
+}
+
+uint32_t Mailbox::wait(steady_time deadline) {
+    std::deque<Task> due;
+    {
+        std::unique_lock lock(mutex_);
+        if (running_ || closed_) {
+            return 0;
+        }
+        wait_until(changed_, lock, deadline, [this] { return woken_ || !tasks_.empty(); });
+        woken_ = false;
+        due.swap(tasks_);
+        running_ = true;
+    }
+    uint32_t ran = 0;
+    for (; !due.empty(); due.pop_front()) {
+        try {
+            due.front()();
+        } catch (const std::exception&) {
+            // Only this host's own part of a task can throw, when memory runs out: the task is
+            // lost, as its poster learns from its destruction.
+        }
+        ++ran;
+    }
+    const std::lock_guard lock(mutex_);
+    running_ = false;
+    return ran;
+}
+
+void Mailbox::close() {
+    std::deque<Task> dropped;
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    dropped.swap(tasks_);
+}
+
+std::shared_ptr<Mailbox> find_mailbox(uint64_t id) {
+    Directory& all = directory();
+    const std::lock_guard lock(all.mutex);
+    const auto found = all.boxes.find(id);
+    return found == all.boxes.end() ? nullptr : found->second.lock();
+}
+
+void set_mailbox_closed_hook(void (*hook)(const std::shared_ptr<Mailbox>& mailbox)) {
+    directory().closed_hook.store(hook);
+}
+
+uintptr_t next_handle() {
+    static std::atomic<uintptr_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+}  // namespace orvu
