@@ -4,6 +4,7 @@
 
 #include "standalone/orvu/system.h"
 #include "standalone/orvubase/orvubase_host.h"
+#include "standalone/sigcheck/sigcheck_host.h"
 
 namespace orvu {
 
@@ -38,6 +39,22 @@ bool choose_home(const Arguments& arguments, std::string& why) {
         return set_home(absolute_path(variable), why);
     }
     return set_home(orvu_host_home(), why);
+}
+
+bool choose_signer_trust(const Arguments& arguments, std::string& why) {
+    const std::string& trust = arguments.signer_trust;
+    int32_t code = SIGCHECK_OK;
+    if (trust == "none") {
+        code = sigcheck_set_trust(SIGCHECK_TRUST_NONE, nullptr);
+    } else if (trust == "system") {
+        code = sigcheck_set_trust(SIGCHECK_TRUST_SYSTEM, nullptr);
+    } else if (!trust.empty()) {
+        code = sigcheck_set_trust(SIGCHECK_TRUST_FILE, absolute_path(trust).c_str());
+    }
+    if (code != SIGCHECK_OK) {
+        why = "--signer-trust " + trust + ": expected none, system, or a file of PEM certificates";
+    }
+    return code == SIGCHECK_OK;
 }
 
 TemporaryHome::~TemporaryHome() {

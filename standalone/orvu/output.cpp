@@ -46,7 +46,10 @@ std::string printable(std::string_view text) {
 std::string appid_list(const std::vector<uint32_t>& appids) {
     std::string out;
     for (const uint32_t appid : appids) {
-        out += (out.empty() ? "" : ",") + std::to_string(appid);
+        if (!out.empty()) {
+            out += ',';
+        }
+        out += std::to_string(appid);
     }
     return out.empty() ? "-" : out;
 }
