@@ -6,7 +6,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 export WINEPREFIX="${ORVU_WINEPREFIX:-$root/build/wine}"
 export WINEDEBUG="${WINEDEBUG:--all}" DISPLAY= WINEARCH=win64
-export WINEDLLOVERRIDES="winemenubuilder.exe=d;mscoree=d;mshtml=d;winedbg.exe=d"
+export WINEDLLOVERRIDES="winemenubuilder.exe=d;winedbg.exe=d"
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 server=$(command -v wineserver || echo /usr/lib/wine/wineserver64)
 
@@ -30,7 +30,9 @@ prepare() {
   if [ ! -f "$WINEPREFIX/.ready" ]; then
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX"
-    detached "$wine" wineboot -i
+    # Without these two, making the prefix would ask for packages from the network. Programs run
+    # with them as they are: a disabled library's file could not even be read.
+    WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree=d;mshtml=d" detached "$wine" wineboot -i
     detached "$wine" winecfg -v win10
     touch "$WINEPREFIX/.ready"
   fi
