@@ -27,7 +27,7 @@ namespace orvu {
 
 namespace {
 
-constexpr size_t LINE_LIMIT = 65536;
+constexpr size_t LINE_LIMIT = 65535;
 constexpr size_t SHORT_LINE = 2048;
 constexpr int32_t LEVEL_MOST = 3;
 constexpr int32_t LEVEL_AT_START = 2;
