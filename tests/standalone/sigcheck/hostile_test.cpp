@@ -1,0 +1,206 @@
+// Whatever a signed file's lengths, counts and offsets claim, the answer comes without a crash, a
+// hang or a read outside, and never names a signer other than the one whose signature holds.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <set>
+
+#include "standalone/sigcheck/der.h"
+#include "tests/standalone/sigcheck/signed_files.h"
+
+namespace orvu::sigcheck::tests {
+namespace {
+
+uint64_t load(const std::vector<uint8_t>& data, size_t at, size_t width) {
+    uint64_t value = 0;
+    for (size_t i = 0; i < width; i++)
+        value |= uint64_t{data.at(at + i)} << (8 * i);
+    return value;
+}
+
+void store(std::vector<uint8_t>& data, size_t at, size_t width, uint64_t value) {
+    for (size_t i = 0; i < width; i++)
+        data.at(at + i) = static_cast<uint8_t>(value >> (8 * i));
+}
+
+struct field {
+    size_t at;
+    size_t width;
+};
+
+std::vector<field> header_fields(const std::vector<uint8_t>& data) {
+    const size_t header = load(data, 60, 4);
+    const size_t optional = header + 24;
+    const size_t directories = optional + (load(data, optional, 2) == 0x20B ? 112 : 96);
+    const size_t sections = optional + load(data, header + 20, 2);
+    const size_t table = load(data, directories + 32, 4);
+    return {{60, 4},                // where the headers are
+            {header, 4},            // signature
+            {header + 4, 2},        // machine
+            {header + 6, 2},        // number of sections
+            {header + 20, 2},       // size of the optional header
+            {optional, 2},          // PE32 or PE32+
+            {optional + 60, 4},     // size of the headers
+            {directories - 4, 4},   // number of directories
+            {directories + 32, 4},  // the certificate table
+            {directories + 36, 4},  // its size
+            {sections + 16, 4},     // size of a section's content
+            {sections + 20, 4},     // its place
+            {table, 4},             // length of the entry
+            {table + 4, 2},         // its revision
+            {table + 6, 2}};        // its type
+}
+
+class HostileFile : public testing::TestWithParam<const char*> {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(sigcheck_set_trust(SIGCHECK_TRUST_FILE, fixture("root.pem").c_str()), 0);
+        good_ = read_bytes(fixture(GetParam()));
+        path_ = folder_.path("hostile.exe");
+    }
+
+    // What a check may say of a changed file: no signer, or the one who signed.
+    void expect_harmless(const std::vector<uint8_t>& data, const std::string& what) {
+        write_bytes(path_, data);
+        const sigcheck_facts facts = query(path_);
+        if (facts.state == SIGCHECK_OK) {
+            EXPECT_EQ(signer(facts), "Example Signer Ltd") << what;
+        } else {
+            EXPECT_NE(facts.state, SIGCHECK_BAD_ARGUMENT) << what;
+            EXPECT_NE(facts.state, SIGCHECK_NO_MEMORY) << what;
+        }
+    }
+
+    OwnFolder folder_;
+    std::vector<uint8_t> good_;
+    std::string path_;
+};
+
+TEST_P(HostileFile, each_length_count_and_offset_of_the_headers_may_lie) {
+    for (const field& place : header_fields(good_)) {
+        const uint64_t value = load(good_, place.at, place.width);
+        const uint64_t most = place.width == 2 ? 0xFFFF : 0xFFFFFFFF;
+        const std::set<uint64_t> lies = {0,
+                                         1,
+                                         2,
+                                         value + 1,
+                                         value - 1,
+                                         value + 8,
+                                         value - 8,
+                                         value * 2,
+                                         good_.size(),
+                                         good_.size() - 1,
+                                         good_.size() - 8,
+                                         good_.size() + 1,
+                                         most,
+                                         most - 1,
+                                         most / 2,
+                                         most / 2 + 1,
+                                         most - value,
+                                         most - value + 1};
+        for (const uint64_t lie : lies) {
+            std::vector<uint8_t> data = good_;
+            store(data, place.at, place.width, lie);
+            expect_harmless(
+                data, "field at " + std::to_string(place.at) + " set to " + std::to_string(lie));
+        }
+    }
+}
+
+// The offsets of all tags in an encoding, those inside octet strings and the like left aside.
+void tags_of(bytes data, const uint8_t* base, std::vector<size_t>& out) {
+    DerReader reader(data);
+    der_value value;
+    while (reader.next(value)) {
+        out.push_back(static_cast<size_t>(value.whole.data() - base));
+        if ((value.tag & 0x20) != 0)
+            tags_of(value.content, base, out);
+    }
+}
+
+TEST_P(HostileFile, each_tag_and_length_of_the_signature_may_lie) {
+    const size_t header = load(good_, 60, 4) + 24;
+    const size_t entry = header + (load(good_, header, 2) == 0x20B ? 144 : 128);
+    const size_t table = load(good_, entry, 4);
+    std::vector<size_t> tags;
+    tags_of(bytes(good_).subspan(table + 8), good_.data(), tags);
+    ASSERT_GT(tags.size(), 60U);
+    for (const size_t tag : tags) {
+        const size_t digits = good_[tag + 1] >= 0x80 ? good_[tag + 1] & 0x7F : 0;
+        for (size_t at = tag; at <= tag + 1 + digits; at++) {
+            const uint8_t value = good_[at];
+            for (const int lie : {0x00, 0x01, value - 1, value + 1, 0x1F, 0x7F, 0x80, 0x82, 0x84,
+                                  0x88, 0xFE, 0xFF}) {
+                std::vector<uint8_t> data = good_;
+                data[at] = static_cast<uint8_t>(lie);
+                expect_harmless(data,
+                                "byte at " + std::to_string(at) + " set to " + std::to_string(lie));
+            }
+        }
+    }
+}
+
+TEST_P(HostileFile, it_may_end_anywhere) {
+    for (size_t size = 0; size < good_.size(); size += size < 0x200 ? 7 : 61) {
+        write_bytes(path_, {good_.begin(), good_.begin() + static_cast<std::ptrdiff_t>(size)});
+        EXPECT_NE(query(path_).state, SIGCHECK_OK) << size;
+    }
+}
+
+TEST_P(HostileFile, random_bytes_of_the_signature_may_change) {
+    std::mt19937 random(20240607);  // a fixed seed: a failure can be repeated
+    const size_t table = 0x400;
+    for (int round = 0; round < 600; round++) {
+        std::vector<uint8_t> data = good_;
+        const size_t changes = 1 + random() % 4;
+        for (size_t i = 0; i < changes; i++)
+            data[table + random() % (data.size() - table)] = static_cast<uint8_t>(random());
+        expect_harmless(data, "round " + std::to_string(round));
+    }
+}
+
+TEST_P(HostileFile, every_byte_that_the_digest_covers_counts) {
+    const size_t checksum = load(good_, 60, 4) + 24 + 64;
+    const size_t header = load(good_, 60, 4) + 24;
+    const size_t entry = header + (load(good_, header, 2) == 0x20B ? 144 : 128);
+    const size_t table = load(good_, entry, 4);
+    for (size_t at = 0; at < table; at += at < 0x200 ? 1 : 13) {
+        if ((at >= checksum && at < checksum + 4) || (at >= entry && at < entry + 8))
+            continue;
+        std::vector<uint8_t> data = good_;
+        data[at] ^= 0x10;
+        write_bytes(path_, data);
+        EXPECT_NE(query(path_).state, SIGCHECK_OK) << at;
+    }
+}
+
+TEST_P(HostileFile, a_deep_nesting_in_the_signature_is_only_malformed) {
+    // A million sequences, one in the other; the outermost lengths are right.
+    const size_t header = load(good_, 60, 4) + 24;
+    const size_t entry = header + (load(good_, header, 2) == 0x20B ? 144 : 128);
+    const size_t table = load(good_, entry, 4);
+    constexpr size_t depth = 200'000;
+    std::vector<uint8_t> data(good_.begin(), good_.begin() + static_cast<std::ptrdiff_t>(table));
+    data.resize(table + 8);
+    size_t inside = depth * 5;
+    for (size_t i = 0; i < depth; i++) {
+        inside -= 5;
+        for (const size_t byte : {size_t{0x30}, size_t{0x83}, inside >> 16, inside >> 8, inside})
+            data.push_back(static_cast<uint8_t>(byte));
+    }
+    store(data, entry + 4, 4, data.size() - table);
+    store(data, table, 4, data.size() - table);
+    store(data, table + 4, 4, 0x00020200);
+    write_bytes(path_, data);
+    EXPECT_EQ(query(path_).state, SIGCHECK_MALFORMED);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfBothKinds, HostileFile, testing::Values("cn.exe", "cn32.exe"),
+                         [](const auto& info) {
+                             return std::string(info.index == 0 ? "pe32plus" : "pe32");
+                         });
+
+}  // namespace
+}  // namespace orvu::sigcheck::tests
