@@ -11,11 +11,14 @@ constexpr size_t certificate_limit = 128;
 constexpr uint8_t oid_signed_data[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x02};
 constexpr uint8_t oid_content_type[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x03};
 constexpr uint8_t oid_message_digest[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x04};
-// 1.3.6.1.4.1.311.2.1.4 and .15
+// 1.3.6.1.4.1.311.2.1.4, and the two kinds of content that signers of PE files state: .15, the
+// image's data, and .21, which some of them write in its place.
 constexpr uint8_t oid_indirect_data[] = {0x2B, 0x06, 0x01, 0x04, 0x01,
                                          0x82, 0x37, 0x02, 0x01, 0x04};
 constexpr uint8_t oid_pe_image_data[] = {0x2B, 0x06, 0x01, 0x04, 0x01,
                                          0x82, 0x37, 0x02, 0x01, 0x0F};
+constexpr uint8_t oid_individual_code_signing[] = {0x2B, 0x06, 0x01, 0x04, 0x01,
+                                                   0x82, 0x37, 0x02, 0x01, 0x15};
 
 // AlgorithmIdentifier: an object identifier, then parameters that a digest has none of.
 bool read_digest_algorithm(bytes identifier, digest& out) {
@@ -207,7 +210,9 @@ bool read_file_digest(const signed_data& data, stated_file_digest& out) {
     der_value algorithm;
     der_value value;
     if (!fields.next(DER_SEQUENCE, kind) || !fields.next(DER_SEQUENCE, info) || !fields.at_end() ||
-        !DerReader(kind.content).next(DER_OID, type) || !same(type.content, oid_pe_image_data))
+        !DerReader(kind.content).next(DER_OID, type) ||
+        (!same(type.content, oid_pe_image_data) &&
+         !same(type.content, oid_individual_code_signing)))
         return false;
     DerReader parts(info.content);
     if (!parts.next(DER_SEQUENCE, algorithm) || !parts.next(DER_OCTET_STRING, value) ||

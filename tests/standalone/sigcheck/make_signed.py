@@ -7,7 +7,7 @@ in one way each.
 FOLDER/list.txt states one fixture a line, "FILE<TAB>STATE<TAB>NAME": what a signer check has to answer,
 with STATE one of ok, not-pe, not-signed, malformed, broken, no-name, and NAME the signer in UTF-8
 (empty unless the signature is intact). FOLDER/*.pem are roots to trust. The certificates are valid
-from the day of making for ten years, the expired one aside.
+now, the expired one aside.
 """
 import os
 import shutil
@@ -113,17 +113,17 @@ class Maker:
                        "[any]\ncommonName=optional\norganizationName=optional\norganizationalUnitName=optional\n")
         key = ["-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256"] if ec else ["-newkey", "rsa:2048"]
         common = ["-config", self.path(name + ".cnf"), "-nodes", "-keyout", self.path(name + ".key"), "-sha256"]
-        if issuer is None:
-            run("openssl", "req", "-x509", "-new", *key, *common, "-days", "3650", "-extensions", "ext",
-                "-out", self.path(name + ".pem"))
-            return
         run("openssl", "req", "-new", *key, *common, "-out", self.path(name + ".csr"))
-        if expired:
+        if issuer is None or expired:
+            # Roots are older than the stamps that they have to vouch for.
+            by = (["-selfsign"] if issuer is None else ["-cert", self.path(issuer + ".pem")])
+            signing_key = self.path((issuer or name) + ".key")
+            validity = ("20200101000000Z", "20210101000000Z") if expired else ("20190101000000Z", "20491231235959Z")
             write(self.path(name + ".db"), b"")
             write(self.path(name + ".srl"), b"4242\n")
             run("openssl", "ca", "-batch", "-config", self.path(name + ".cnf"), "-in", self.path(name + ".csr"),
-                "-cert", self.path(issuer + ".pem"), "-keyfile", self.path(issuer + ".key"), "-notext",
-                "-startdate", "20200101000000Z", "-enddate", "20210101000000Z", "-extensions", "ext",
+                *by, "-keyfile", signing_key, "-notext", "-startdate", validity[0], "-enddate", validity[1],
+                "-extensions", "ext",
                 "-out", self.path(name + ".pem"))
         else:
             run("openssl", "x509", "-req", "-in", self.path(name + ".csr"), "-CA", self.path(issuer + ".pem"),
