@@ -2,7 +2,7 @@
 #define TESTS_FAKEHOST_FAILING_NEW_H
 
 // Memory that runs out when a test says so: the target fakehost_failing_new replaces the program's
-// operator new.
+// operator new. To be linked together with fakehost, whose own book-keeping is spared.
 
 #include <cstddef>
 

@@ -198,7 +198,7 @@ int32_t orvu_basedrv_unregister_event_notify(int32_t cls, int32_t sub, orvu_even
 }
 
 void* orvu_basedrv_get_notify_msgdata(orvu_msg message) {
-    note_quiet("orvu_basedrv_get_notify_msgdata");
+    const int64_t fault = note_quiet("orvu_basedrv_get_notify_msgdata");
     fakehost::FakeHost::State& s = state();
     const Guard guard(s.mutex);
     const auto found = fakehost::find_message(s, message, "orvu_basedrv_get_notify_msgdata");
@@ -208,7 +208,7 @@ void* orvu_basedrv_get_notify_msgdata(orvu_msg message) {
     if (found->completions != 0) {
         s.complain("a record was asked for after its completion");
     }
-    return found->record;
+    return fault == 0 ? found->record : nullptr;
 }
 
 int32_t orvu_basedrv_complete_msg(orvu_msg message) {

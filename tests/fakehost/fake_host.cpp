@@ -13,11 +13,14 @@ namespace {
 
 using Guard = std::lock_guard<std::mutex>;
 
+thread_local int own_work = 0;
+
 int64_t note_call(const char* name, std::string text, bool quiet) {
     FakeHost::State& s = state();
     std::function<void()> hook;
     int64_t fault = 0;
     {
+        const OwnWork own;
         const Guard guard(s.mutex);
         const size_t nth = ++s.now.counts[name];
         if (!quiet || s.now.record_everything) {
@@ -42,6 +45,18 @@ int64_t note_call(const char* name, std::string text, bool quiet) {
 }
 
 }  // namespace
+
+OwnWork::OwnWork() {
+    ++own_work;
+}
+
+OwnWork::~OwnWork() {
+    --own_work;
+}
+
+bool in_own_work() {
+    return own_work != 0;
+}
 
 int64_t note(const char* name, std::string text) {
     return note_call(name, std::move(text), false);

@@ -79,6 +79,9 @@ struct Event {
     unsigned misalignment = 1;  // of the record's first byte, from a 16-byte boundary
 };
 
+// Whether the calling thread is inside the fake's own book-keeping.
+bool in_own_work();
+
 class FakeHost {
   public:
     static FakeHost& get();

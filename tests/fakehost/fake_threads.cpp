@@ -35,6 +35,7 @@ void expect_free(orvu_rwlock* word, const char* by) {
 }
 
 void hold(orvu_rwlock* word, Held how) {
+    const OwnWork own;
     holds[word] = how;
     ++state().locks_held;
 }
