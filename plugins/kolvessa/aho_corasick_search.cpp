@@ -28,9 +28,23 @@ struct Walk {
     static constexpr uint32_t kAbsorbing = uint32_t{1} << 31;
 };
 
+// All live branches of one search, in three groups.
+//
+// Most wait on a wildcard edge for the byte that leads on. They are parked: while none moves, a
+// byte costs them one look each, and they change nothing else. (No parked walk branches, but one on
+// W: the failure node of a wildcard node is a wildcard node or the root, and has a wildcard child
+// in the latter case alone.)
+//
+// The branch that waits on the root's wildcard child W, having started there, is kept as a flag:
+// once live it is live for good, since at each byte it branches off itself anew (W fails to the
+// root, which has W as wildcard child). A walk that started at W, and stands where one without a
+// start node stands, adds nothing: the two go together until the former stops at W, where that
+// lasting branch is already.
+//
+// All others are moving.
 class Search {
   public:
-    explicit Search(const Trie& trie) : trie_(trie) {}
+    explicit Search(const Trie& trie) : trie_(trie), leading_(trie.leading_wildcard()) {}
 
     void run(std::string_view text);
     void append_to(std::vector<uint32_t>& results) const;
@@ -39,19 +53,30 @@ class Search {
     // Takes one byte. Returns the wildcard node at which a branch starts behind it, or 0.
     uint32_t advance(Walk& walk, uint8_t byte) const;
     [[nodiscard]] Walk branch_at(uint32_t node) const;
+    [[nodiscard]] bool at_end() const { return at_ == text_.size(); }
+    [[nodiscard]] bool is_redundant(const Walk& walk);
     void emit(uint32_t node);
+    void add(const Walk& walk);
+    void start_branch(uint32_t node);
+    bool look_at_parked(uint8_t byte);
+    void move_parked(uint8_t byte);
+    void advance_leading(uint8_t byte);
     void run_one(Walk walk);
     void run_many();
 
     const Trie& trie_;
+    const uint32_t leading_;
     std::string_view text_;
     size_t at_ = 0;
     bool text_has_wildcard_ = false;
+    bool leading_live_ = false;
     uint32_t last_record_ = 0;
     DistinctList records_;
-    DistinctList lists_[2];
-    DistinctList* live_ = &lists_[0];
-    DistinctList* next_ = &lists_[1];
+    DistinctList lists_[4];
+    DistinctList* moving_ = &lists_[0];
+    DistinctList* next_moving_ = &lists_[1];
+    DistinctList* parked_ = &lists_[2];
+    DistinctList* next_parked_ = &lists_[3];
 };
 
 inline uint32_t Search::advance(Walk& walk, uint8_t byte) const {
@@ -108,50 +133,145 @@ void Search::run(std::string_view text) {
         return;
     }
     run_one(Walk{});
-    while (at_ < text_.size()) {
+    while (!at_end()) {
         run_many();
-        if (live_->size() == 1) {
-            run_one(Walk::unpacked(*live_->begin()));
+        if (moving_->size() == 1) {
+            run_one(Walk::unpacked(*moving_->begin()));
         }
     }
 }
 
-// Until the walk branches or the text ends.
+inline void Search::add(const Walk& walk) {
+    if (!walk.absorbing || (trie_.flags(walk.node) & Trie::kOnWildcard) == 0) {
+        next_moving_->insert(walk.packed());
+    } else if (walk.start == leading_ && walk.node == leading_) {
+        leading_live_ = true;
+    } else {
+        parked_->insert(walk.packed());
+    }
+}
+
+// A branch that starts behind the last byte meets the empty text and adds its start node's output;
+// earlier ones add nothing by starting.
+inline void Search::start_branch(uint32_t node) {
+    if (at_end()) {
+        emit(node);
+    }
+    if (node == leading_) {
+        leading_live_ = true;
+    } else {
+        add(branch_at(node));
+    }
+}
+
+inline bool Search::is_redundant(const Walk& walk) {
+    return walk.start != 0 && walk.start == leading_ &&
+           moving_->contains(Walk{0, walk.node, walk.absorbing}.packed());
+}
+
+// True when a parked walk moves. What those that stay have to give is taken here.
+inline bool Search::look_at_parked(uint8_t byte) {
+    bool any_moves = false;
+    for (const uint64_t packed : *parked_) {
+        const uint32_t node = Walk::unpacked(packed).node;
+        const bool moves = trie_.child(node, byte) != 0;
+        any_moves = any_moves || moves;
+        if (!moves) {
+            emit(node);
+        }
+        if (node == leading_) {
+            start_branch(leading_);
+        }
+    }
+    return any_moves;
+}
+
+void Search::move_parked(uint8_t byte) {
+    next_parked_->clear();
+    for (const uint64_t packed : *parked_) {
+        Walk walk = Walk::unpacked(packed);
+        const uint32_t next = trie_.child(walk.node, byte);
+        if (next == 0) {
+            next_parked_->insert(packed);
+        } else {
+            emit(next);
+            next_moving_->insert(Walk{walk.start, next, false}.packed());
+        }
+    }
+    std::swap(parked_, next_parked_);
+}
+
+// Stays live, whether it moves or not, so that there is only the move to add.
+inline void Search::advance_leading(uint8_t byte) {
+    const uint32_t next = trie_.behind_leading_wildcard(byte);
+    if (next == 0 || at_end()) {
+        emit(leading_);
+    }
+    if (next != 0) {
+        emit(next);
+        next_moving_->insert(Walk{leading_, next, false}.packed());
+    }
+}
+
+// While one walk is moving; it stays out of the lists, also when it comes to wait.
 void Search::run_one(Walk walk) {
-    live_->clear();
-    while (at_ < text_.size()) {
-        const uint32_t branch = advance(walk, static_cast<uint8_t>(text_[at_++]));
+    while (!at_end()) {
+        const auto byte = static_cast<uint8_t>(text_[at_++]);
+        const bool leading_moves =
+            leading_live_ && (trie_.behind_leading_wildcard(byte) != 0 || at_end() ||
+                              (trie_.flags(leading_) & Trie::kOutput) != 0);
+        const bool parked_move = parked_->size() != 0 && look_at_parked(byte);
+        const uint32_t branch = advance(walk, byte);
         emit(walk.node);
+        const bool branches = branch != 0 && (branch != leading_ || !leading_live_ || at_end());
+        if (!leading_moves && !parked_move && !branches) {
+            continue;
+        }
+        next_moving_->clear();
+        next_moving_->insert(walk.packed());
+        if (parked_move) {
+            move_parked(byte);
+        }
+        if (leading_moves) {
+            advance_leading(byte);
+        }
         if (branch != 0) {
-            live_->insert(walk.packed());
-            live_->insert(branch_at(branch).packed());
-            if (at_ == text_.size()) {
-                emit(branch);
-            }
+            start_branch(branch);
+        }
+        if (next_moving_->size() != 1) {
+            std::swap(moving_, next_moving_);
             return;
         }
     }
+    moving_->clear();
 }
 
-// Until one walk is left or the text ends. A branch that starts behind the last byte meets the
-// empty text and adds its start node's output; earlier ones add nothing by starting.
+// While several are moving, or none. The parked ones come first, since those that the moving ones
+// add to them have taken this byte already.
 void Search::run_many() {
-    while (at_ < text_.size() && live_->size() > 1) {
+    while (!at_end() && moving_->size() != 1) {
         const auto byte = static_cast<uint8_t>(text_[at_++]);
-        next_->clear();
-        for (const uint64_t packed : *live_) {
+        const bool leading_live = leading_live_;
+        next_moving_->clear();
+        if (parked_->size() != 0 && look_at_parked(byte)) {
+            move_parked(byte);
+        }
+        for (const uint64_t packed : *moving_) {
             Walk walk = Walk::unpacked(packed);
+            if (is_redundant(walk)) {
+                continue;
+            }
             const uint32_t branch = advance(walk, byte);
             emit(walk.node);
-            next_->insert(walk.packed());
+            add(walk);
             if (branch != 0) {
-                next_->insert(branch_at(branch).packed());
-                if (at_ == text_.size()) {
-                    emit(branch);
-                }
+                start_branch(branch);
             }
         }
-        std::swap(live_, next_);
+        if (leading_live) {
+            advance_leading(byte);
+        }
+        std::swap(moving_, next_moving_);
     }
 }
 

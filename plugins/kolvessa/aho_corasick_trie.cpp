@@ -17,6 +17,7 @@ struct Trie::Builder {
     void link_failures();
 
   private:
+    [[nodiscard]] std::vector<uint32_t> full_table(uint32_t node) const;
     void link(uint32_t node, uint32_t child);
 };
 
@@ -123,15 +124,24 @@ void Trie::Builder::make_forks() {
     }
     trie.labels_.resize(trie.labels_.size() + 8);
 
-    trie.root_.resize(256);
-    if ((trie.cells_[0].flags & kOnlyChild) != 0) {
-        trie.root_[trie.cells_[1].label] = 1;
-    } else if ((trie.cells_[0].flags & kFork) != 0) {
-        const Fork& fork = trie.forks_[trie.nodes_[0].extra];
+    trie.root_ = full_table(0);
+    if ((trie.cells_[0].flags & kWildChild) != 0) {
+        trie.leading_ = trie.wild_child(0);
+        trie.behind_leading_ = full_table(trie.leading_);
+    }
+}
+
+std::vector<uint32_t> Trie::Builder::full_table(uint32_t node) const {
+    std::vector<uint32_t> table(256);
+    if ((trie.cells_[node].flags & kOnlyChild) != 0) {
+        table[trie.cells_[node + 1].label] = node + 1;
+    } else if ((trie.cells_[node].flags & kFork) != 0) {
+        const Fork& fork = trie.forks_[trie.nodes_[node].extra];
         for (uint32_t edge = fork.edges; edge < fork.edges + fork.count; ++edge) {
-            trie.root_[trie.labels_[edge]] = trie.targets_[edge];
+            table[trie.labels_[edge]] = trie.targets_[edge];
         }
     }
+    return table;
 }
 
 void Trie::Builder::set_own_outputs() {
@@ -206,7 +216,7 @@ size_t Trie::memory_bytes() const {
         return list.capacity() * sizeof(list[0]);
     };
     return held(cells_) + held(nodes_) + held(forks_) + held(labels_) + held(targets_) +
-           held(outputs_) + held(ids_) + held(root_);
+           held(outputs_) + held(ids_) + held(root_) + held(behind_leading_);
 }
 
 }  // namespace kolvessa

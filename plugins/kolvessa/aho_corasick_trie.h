@@ -74,6 +74,12 @@ class Trie {
         return (cells_[node].flags & kOnlyChild) != 0 ? node + 1 : forks_[nodes_[node].extra].wild;
     }
 
+    // The root's wildcard child, or 0, and that node's child for a byte, or 0.
+    [[nodiscard]] uint32_t leading_wildcard() const { return leading_; }
+    [[nodiscard]] uint32_t behind_leading_wildcard(uint8_t byte) const {
+        return behind_leading_[byte];
+    }
+
     // The output record of a node that has kOutput; records are numbered from 1.
     [[nodiscard]] uint32_t output(uint32_t node) const {
         const uint32_t extra = nodes_[node].extra;
@@ -102,7 +108,7 @@ class Trie {
         uint32_t ids = 0;   // into ids_, up to the next record's
         uint32_t next = 0;  // the record that the failure node adds
     };
-    // A child that is not its parent's first, and a node at which a pattern ends.
+    // A child that is not its parent's first.
     struct Sibling {
         uint32_t parent;
         uint32_t child;
@@ -135,6 +141,8 @@ class Trie {
     std::vector<Output> outputs_;
     std::vector<uint32_t> ids_;
     std::vector<uint32_t> root_;
+    uint32_t leading_ = 0;
+    std::vector<uint32_t> behind_leading_;  // empty without a leading wildcard
 };
 
 static_assert(std::endian::native == std::endian::little, "child_in_fork counts labels from below");

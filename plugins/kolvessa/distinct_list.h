@@ -8,6 +8,7 @@
 // Belongs to one thread. insert throws std::bad_alloc, and the list then is only good for
 // destruction.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -20,18 +21,29 @@ class DistinctList {
     // True when the value was not there.
     bool insert(uint64_t value) {
         if (size_ < kInside) {
-            for (size_t at = 0; at < size_; ++at) {
-                if (inside_[at] == value) {
-                    return false;
-                }
+            const uint64_t bit = filter_bit(value);
+            if ((filter_ & bit) != 0 && std::find(inside_.begin(), inside_.begin() + size_,
+                                                  value) != inside_.begin() + size_) {
+                return false;
             }
+            filter_ |= bit;
             inside_[size_++] = value;
             return true;
         }
         return insert_in_table(value);
     }
 
-    void clear() { size_ = 0; }
+    [[nodiscard]] bool contains(uint64_t value) {
+        if (inside()) {
+            return (filter_ & filter_bit(value)) != 0 && std::find(begin(), end(), value) != end();
+        }
+        return slot_of(value).stamp == stamp_;
+    }
+
+    void clear() {
+        size_ = 0;
+        filter_ = 0;
+    }
     [[nodiscard]] size_t size() const { return size_; }
     [[nodiscard]] const uint64_t* begin() const { return inside() ? inside_.data() : heap_.data(); }
     [[nodiscard]] const uint64_t* end() const { return begin() + size_; }
@@ -45,12 +57,14 @@ class DistinctList {
         uint32_t stamp = 0;
     };
 
+    static uint64_t hash(uint64_t value) { return value * 0x9e3779b97f4a7c15; }
+    static uint64_t filter_bit(uint64_t value) { return uint64_t{1} << (hash(value) >> 58); }
     [[nodiscard]] bool inside() const { return size_ <= kInside; }
 
     // The slot that holds the value or is free for it.
     Slot& slot_of(uint64_t value) {
         const size_t mask = table_.size() - 1;
-        size_t at = static_cast<size_t>((value * 0x9e3779b97f4a7c15) >> 32) & mask;
+        size_t at = static_cast<size_t>(hash(value) >> 32) & mask;
         while (table_[at].stamp == stamp_ && table_[at].value != value) {
             at = (at + 1) & mask;
         }
@@ -88,6 +102,7 @@ class DistinctList {
     }
 
     size_t size_ = 0;
+    uint64_t filter_ = 0;  // a clear bit tells that a value is not inside
     uint32_t stamp_ = 0;
     std::array<uint64_t, kInside> inside_;  // deliberately not zeroed
     std::vector<uint64_t> heap_;

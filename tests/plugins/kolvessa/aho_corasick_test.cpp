@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -211,7 +209,7 @@ TEST(AhoCorasick, bytes_above_127_match_like_others) {
 TEST(AhoCorasick, a_node_may_have_a_child_for_every_byte) {
     words patterns;
     for (int byte = 1; byte < 256; ++byte) {
-        patterns.push_back("x" + std::string(1, static_cast<char>(byte)));
+        patterns.emplace_back("x").push_back(static_cast<char>(byte));
     }
     const CAhoCorasick matcher = built(patterns);
     for (uint32_t id = 0; id < patterns.size(); ++id) {

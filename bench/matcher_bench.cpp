@@ -1,0 +1,262 @@
+// The path matcher against its peers, all in one run: RE2::Set and the literal form of the
+// algorithm for searching, vectorscan for building, and its own worst paths and memory. Ends with a
+// table of ratios beside their targets and exits 1 when one is missed. `--small` takes a tenth of
+// the data, for a smoke run in which only the programs' working is looked at, not the targets.
+
+#include <benchmark/benchmark.h>
+#include <hs/hs.h>
+#include <re2/re2.h>
+#include <re2/set.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "bench/generators.h"
+#include "bench/worst_paths.h"
+#include "plugins/kolvessa/aho_corasick.h"
+#include "tests/plugins/kolvessa/aho_corasick_model.h"
+
+namespace kolvessa::bench {
+namespace {
+
+using words = std::vector<std::string>;
+
+struct Sizes {
+    size_t patterns = 10000;
+    size_t many_patterns = 100000;
+    size_t paths = 2000;
+    int climb = 300;
+};
+
+// A pattern as the other engines spell it.
+std::string as_regex(const std::string& pattern) {
+    std::string regex;
+    for (const char byte : pattern) {
+        regex += byte == '*' ? std::string(".+") : RE2::QuoteMeta(std::string(1, byte));
+    }
+    return regex;
+}
+
+CAhoCorasick matcher_of(const words& patterns) {
+    CAhoCorasick matcher;
+    for (uint32_t id = 0; id < patterns.size(); ++id) {
+        matcher.add_pattern(patterns[id], id);
+    }
+    matcher.build();
+    return matcher;
+}
+
+void search_matcher(benchmark::State& state, const words& patterns, const words& texts) {
+    const CAhoCorasick matcher = matcher_of(patterns);
+    std::vector<uint32_t> found;
+    size_t hits = 0;
+    for (auto pass : state) {
+        hits = 0;
+        for (const std::string& text : texts) {
+            found.clear();
+            matcher.search(text, found);
+            hits += found.size();
+        }
+    }
+    state.counters["hits"] = static_cast<double>(hits);
+}
+
+void search_model(benchmark::State& state, const words& patterns, const words& texts) {
+    testing::AhoCorasickModel model;
+    for (uint32_t id = 0; id < patterns.size(); ++id) {
+        model.add_pattern(patterns[id], id);
+    }
+    model.build();
+    size_t hits = 0;
+    for (auto pass : state) {
+        hits = 0;
+        for (const std::string& text : texts) {
+            std::set<uint32_t> found;
+            if (!model.search(text, found, uint64_t{1} << 40)) {
+                state.SkipWithError("out of budget");
+            }
+            hits += found.size();
+        }
+    }
+    state.counters["hits"] = static_cast<double>(hits);
+}
+
+void search_re2(benchmark::State& state, const words& patterns, const words& texts) {
+    RE2::Options options(RE2::Latin1);
+    options.set_dot_nl(true);
+    options.set_log_errors(false);
+    options.set_max_mem(int64_t{1} << 30);
+    RE2::Set set(options, RE2::UNANCHORED);
+    for (const std::string& pattern : patterns) {
+        set.Add(as_regex(pattern), nullptr);
+    }
+    if (!set.Compile()) {
+        state.SkipWithError("RE2::Set does not compile");
+        return;
+    }
+    std::vector<int> found;
+    size_t hits = 0;
+    for (auto pass : state) {
+        hits = 0;
+        for (const std::string& text : texts) {
+            RE2::Set::ErrorInfo error{};
+            if (!set.Match(text, &found, &error) && error.kind != RE2::Set::kNoError) {
+                state.SkipWithError("RE2::Set gave up");
+            }
+            hits += found.size();
+        }
+    }
+    state.counters["hits"] = static_cast<double>(hits);
+}
+
+void build_matcher(benchmark::State& state, const words& patterns) {
+    size_t bytes = 0;
+    for (const std::string& pattern : patterns) {
+        bytes += pattern.size();
+    }
+    double held = 0;
+    for (auto pass : state) {
+        const CAhoCorasick matcher = matcher_of(patterns);
+        held = static_cast<double>(matcher.memory_bytes());
+    }
+    state.counters["bytes_per_pattern_byte"] = held / static_cast<double>(bytes);
+}
+
+void build_vectorscan(benchmark::State& state, const words& patterns) {
+    words regexes;
+    for (const std::string& pattern : patterns) {
+        regexes.push_back(as_regex(pattern));
+    }
+    std::vector<const char*> texts;
+    std::vector<unsigned> flags;
+    std::vector<unsigned> ids;
+    for (const std::string& regex : regexes) {
+        texts.push_back(regex.c_str());
+        flags.push_back(HS_FLAG_DOTALL | HS_FLAG_SINGLEMATCH);
+        ids.push_back(static_cast<unsigned>(ids.size()));
+    }
+    for (auto pass : state) {
+        hs_database_t* database = nullptr;
+        hs_compile_error_t* error = nullptr;
+        if (hs_compile_multi(texts.data(), flags.data(), ids.data(),
+                             static_cast<unsigned>(texts.size()), HS_MODE_BLOCK, nullptr, &database,
+                             &error) != HS_SUCCESS) {
+            state.SkipWithError(error != nullptr ? error->message : "vectorscan does not compile");
+            hs_free_compile_error(error);
+        }
+        hs_free_database(database);
+    }
+}
+
+// Keeps what the table is made of while the runs are printed as usual.
+class Collector : public benchmark::ConsoleReporter {
+  public:
+    Collector() : ConsoleReporter(OO_None) {}
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            const std::string name = run.run_name.function_name;
+            failed = failed || run.error_occurred;
+            seconds[name] = run.real_accumulated_time / static_cast<double>(run.iterations);
+            for (const auto& [counter, value] : run.counters) {
+                counters[name + "/" + counter] = value;
+            }
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+
+    std::map<std::string, double> seconds;
+    std::map<std::string, double> counters;
+    bool failed = false;
+};
+
+struct Table {
+    bool missed = false;
+
+    void line(const std::string& what, double value, const char* unit, bool at_least,
+              double target) {
+        const bool met = at_least ? value >= target : value <= target;
+        missed = missed || !met;
+        std::printf("%-58s %10.3f %-3s %s %6.1f  %s\n", what.c_str(), value, unit,
+                    at_least ? ">=" : "<=", target, met ? "met" : "MISSED");
+    }
+};
+
+int compare(Sizes sizes, bool judge) {
+    const words patterns = path_patterns(sizes.patterns, 1);
+    const words plain = path_patterns(sizes.patterns, 2, {20, 0});
+    const words many = path_patterns(sizes.many_patterns, 3);
+    const words texts = paths(sizes.paths, 4, patterns);
+    const words plain_texts = paths(sizes.paths, 4, plain);
+
+    using benchmark::RegisterBenchmark;
+    const auto add = [](const char* name, auto body) {
+        return RegisterBenchmark(name, body)->Unit(benchmark::kMillisecond);
+    };
+    add("search", [&](auto& state) { search_matcher(state, patterns, texts); });
+    add("search_re2", [&](auto& state) { search_re2(state, patterns, texts); });
+    add("search_plain", [&](auto& state) { search_matcher(state, plain, plain_texts); });
+    add("search_plain_re2", [&](auto& state) { search_re2(state, plain, plain_texts); });
+    add("search_plain_model", [&](auto& state) { search_model(state, plain, plain_texts); });
+    add("build", [&](auto& state) { build_matcher(state, many); });
+    add("build_vectorscan", [&](auto& state) { build_vectorscan(state, many); })->Iterations(1);
+
+    Collector collector;
+    benchmark::RunSpecifiedBenchmarks(&collector);
+    if (collector.failed) {
+        std::puts("a peer failed; there is nothing to compare");
+        return 1;
+    }
+
+    const auto times = [&](const char* peer, const char* own) {
+        return collector.seconds[peer] / collector.seconds[own];
+    };
+    Table table;
+    std::puts("");
+    table.line("search, times faster than RE2::Set", times("search_re2", "search"), "x", true, 1.5);
+    table.line("search without leading \"*\", than RE2::Set",
+               times("search_plain_re2", "search_plain"), "x", true, 1.5);
+    table.line("search without leading \"*\", than the literal form",
+               times("search_plain_model", "search_plain"), "x", true, 1.5);
+    table.line("build, times faster than vectorscan compiles", times("build_vectorscan", "build"),
+               "x", true, 10);
+    table.line("memory per pattern byte", collector.counters["build/bytes_per_pattern_byte"], "B",
+               false, 16);
+    for (const WorstCase& worst : known_worst_cases()) {
+        table.line(worst.name, search_milliseconds(worst, 20), "ms", false, 3);
+    }
+    for (const uint32_t count : {4U, 30U, 100U}) {
+        const WorstCase worst = climb_to_worst_case(5, sizes.climb, count, 20);
+        table.line(worst.name, search_milliseconds(worst, 20), "ms", false, 3);
+    }
+    return judge && table.missed ? 1 : 0;
+}
+
+}  // namespace
+}  // namespace kolvessa::bench
+
+int main(int argc, char** argv) {
+    bool small = false;
+    int kept = 1;
+    for (int at = 1; at < argc; ++at) {
+        if (std::strcmp(argv[at], "--small") == 0) {
+            small = true;
+        } else {
+            argv[kept++] = argv[at];
+        }
+    }
+    benchmark::Initialize(&kept, argv);
+    if (benchmark::ReportUnrecognizedArguments(kept, argv)) {
+        return 2;
+    }
+    kolvessa::bench::Sizes sizes;
+    if (small) {
+        sizes = {1000, 1000, 200, 30};
+    }
+    return kolvessa::bench::compare(sizes, !small);
+}
