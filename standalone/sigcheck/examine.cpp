@@ -63,7 +63,8 @@ verdict examine(const SignedFile& file, uint64_t size, const TrustRoots* roots,
 
     verdict found{.state = SIGCHECK_OK, .intact = true, .name = subject_name(data.signer_subject)};
     if (roots != nullptr)
-        found.trusted = roots->vouch_for(data, file, path) ? 1 : 0;
+        found.trusted =
+            roots->vouch_for(data, {file, path, layout.signature == layout.table + 8}) ? 1 : 0;
     if (found.name.empty())
         found.state = SIGCHECK_NO_NAME;
     else if (found.trusted == 0)

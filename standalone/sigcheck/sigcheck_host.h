@@ -29,8 +29,8 @@ enum sigcheck_state {
  * code or for no use in particular. Revocation is not asked, since that needs a network.
  * The chain is judged at the time of an RFC 3161 time stamp when the signature has one that
  * verifies against the same roots, and now otherwise, so that without such a stamp an expired
- * certificate isn't trusted. On Windows the system's own verification decides for `system`, and a
- * root file is always judged now. */
+ * certificate isn't trusted. On Windows the system's own verification decides for `system`, which
+ * wants the signature first in its table, and a root file is always judged now. */
 enum sigcheck_trust {
     SIGCHECK_TRUST_NONE = 0, /* the default, except on Windows */
     SIGCHECK_TRUST_FILE = 1,

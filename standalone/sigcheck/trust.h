@@ -12,6 +12,13 @@
 
 namespace orvu::sigcheck {
 
+// The file that carries the signature, for a system that wants to look for itself.
+struct signed_subject {
+    const SignedFile& file;
+    const orvu_wchar* path;  // framework form
+    bool first_in_table;     // no other entry of the certificate table stands before the signature
+};
+
 class TrustRoots {
   public:
     // The roots of a policy that asks for them: those of a PEM file (native path, UTF-8), or the
@@ -22,9 +29,9 @@ class TrustRoots {
     TrustRoots(const TrustRoots&) = delete;
     TrustRoots& operator=(const TrustRoots&) = delete;
 
-    // Do the roots vouch for the signer of an intact signature of `file`, whose path is `path`?
-    [[nodiscard]] virtual bool vouch_for(const signed_data& data, const SignedFile& file,
-                                         const orvu_wchar* path) const = 0;
+    // Do the roots vouch for the signer of this intact signature?
+    [[nodiscard]] virtual bool vouch_for(const signed_data& data,
+                                         const signed_subject& subject) const = 0;
 
   protected:
     TrustRoots() = default;

@@ -85,8 +85,7 @@ class StoreRoots : public TrustRoots {
   public:
     explicit StoreRoots(store_handle store) : store_(std::move(store)) {}
 
-    [[nodiscard]] bool vouch_for(const signed_data& data, const SignedFile&,
-                                 const orvu_wchar*) const override {
+    [[nodiscard]] bool vouch_for(const signed_data& data, const signed_subject&) const override {
         const openssl_error_scope scope;
         const x509_handle signer = parse_certificate(data.signer);
         const certificate_stack others = certificates_of(data);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -38,8 +39,22 @@ struct key_release {
     void operator()(void* key) const { BCryptDestroyKey(key); }
 };
 
-// CNG takes an ECDSA signature as the two numbers side by side, each as long as the curve's.
-bool flatten_ecdsa(bytes signature, DWORD key_bits, std::vector<uint8_t>& out) {
+// The length of one number of a curve's, 0 when the key is none of a curve.
+size_t curve_size(BCRYPT_KEY_HANDLE key) {
+    ULONG size = 0;
+    if (BCryptExportKey(key, nullptr, BCRYPT_ECCPUBLIC_BLOB, nullptr, 0, &size, 0) != 0 ||
+        size < sizeof(BCRYPT_ECCKEY_BLOB))
+        return 0;
+    std::vector<uint8_t> blob(size);
+    if (BCryptExportKey(key, nullptr, BCRYPT_ECCPUBLIC_BLOB, blob.data(), size, &size, 0) != 0)
+        return 0;
+    BCRYPT_ECCKEY_BLOB header;
+    std::memcpy(&header, blob.data(), sizeof header);
+    return header.cbKey <= 66 ? header.cbKey : 0;
+}
+
+// CNG takes an ECDSA signature as the two numbers side by side, each of `half` bytes.
+bool flatten_ecdsa(bytes signature, size_t half, std::vector<uint8_t>& out) {
     struct local_release {
         void operator()(CERT_ECC_SIGNATURE* block) const { LocalFree(block); }
     };
@@ -50,7 +65,6 @@ bool flatten_ecdsa(bytes signature, DWORD key_bits, std::vector<uint8_t>& out) {
                              static_cast<void*>(&raw), &size))
         return false;
     const std::unique_ptr<CERT_ECC_SIGNATURE, local_release> decoded(raw);
-    const size_t half = (key_bits + 7) / 8;
     out.assign(2 * half, 0);
     size_t at = 0;
     for (const CRYPT_UINT_BLOB* number : {&decoded->r, &decoded->s}) {
@@ -120,12 +134,8 @@ bool verify_signature(bytes certificate, digest algorithm, bytes message, bytes 
                                      static_cast<ULONG>(hash.size()), value.data(),
                                      static_cast<ULONG>(value.size()), BCRYPT_PAD_PKCS1) == 0;
     }
-    DWORD bits = 0;
-    ULONG got = 0;
-    return kind == szOID_ECC_PUBLIC_KEY &&
-           BCryptGetProperty(key.get(), BCRYPT_KEY_STRENGTH, reinterpret_cast<PUCHAR>(&bits),
-                             sizeof bits, &got, 0) == 0 &&
-           flatten_ecdsa(signature, bits, value) &&
+    const size_t half = kind == szOID_ECC_PUBLIC_KEY ? curve_size(key.get()) : 0;
+    return half > 0 && flatten_ecdsa(signature, half, value) &&
            BCryptVerifySignature(key.get(), nullptr, hash.data(), static_cast<ULONG>(hash.size()),
                                  value.data(), static_cast<ULONG>(value.size()), 0) == 0;
 }

@@ -6,6 +6,7 @@
 #include <wincrypt.h>
 #include <wintrust.h>
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,12 +45,15 @@ certificate_handle parse_certificate(bytes der) {
 // The system decides: its roots, its rules for time stamps, its policy.
 class SystemRoots : public TrustRoots {
   public:
-    [[nodiscard]] bool vouch_for(const signed_data&, const SignedFile& file,
-                                 const orvu_wchar* path) const override {
+    [[nodiscard]] bool vouch_for(const signed_data&,
+                                 const signed_subject& signed_file) const override {
+        // The system looks at the table's first entry alone.
+        if (!signed_file.first_in_table)
+            return false;
         WINTRUST_FILE_INFO subject{};
         subject.cbStruct = sizeof subject;
-        subject.pcwszFilePath = path;
-        subject.hFile = reinterpret_cast<HANDLE>(file.handle());
+        subject.pcwszFilePath = signed_file.path;
+        subject.hFile = reinterpret_cast<HANDLE>(signed_file.file.handle());
         WINTRUST_DATA request{};
         request.cbStruct = sizeof request;
         request.dwUIChoice = WTD_UI_NONE;
@@ -74,7 +78,8 @@ class StoreRoots : public TrustRoots {
 
     bool start() {
         CERT_CHAIN_ENGINE_CONFIG config{};
-        config.cbSize = sizeof config;
+        // Without the flags that came last: every version takes the shorter record.
+        config.cbSize = offsetof(CERT_CHAIN_ENGINE_CONFIG, dwExclusiveFlags);
         config.dwFlags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
         config.hExclusiveRoot = roots_.get();
         HCERTCHAINENGINE engine = nullptr;
@@ -84,8 +89,7 @@ class StoreRoots : public TrustRoots {
         return true;
     }
 
-    [[nodiscard]] bool vouch_for(const signed_data& data, const SignedFile&,
-                                 const orvu_wchar*) const override {
+    [[nodiscard]] bool vouch_for(const signed_data& data, const signed_subject&) const override {
         const certificate_handle signer = parse_certificate(data.signer);
         const store_handle others = memory_store();
         if (!signer || !others)

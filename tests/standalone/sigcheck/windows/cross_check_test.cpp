@@ -70,6 +70,11 @@ TEST_F(CrossCheck, what_the_system_finds_broken_is_broken_and_what_it_accepts_is
     int accepted = 0;
     int broken = 0;
     for (const signed_file& file : signed_files()) {
+        // Only a signature that stands first and can be read: some versions of the call crash on
+        // the rest.
+        if ((file.state != SIGCHECK_OK && file.state != SIGCHECK_BROKEN) ||
+            file.name == "x509_entry_first.exe")
+            continue;
         const LONG system = system_verdict(framework(fixture(file.name)));
         const sigcheck_facts facts = query(fixture(file.name));
         if (system == 0) {
@@ -104,6 +109,7 @@ TEST_F(CrossCheck, the_policy_of_the_system_refuses_what_the_system_finds_broken
         EXPECT_EQ(query(fixture(name)).intact, 1) << name;
     }
     EXPECT_EQ(query(fixture("flipped_code.exe")).state, SIGCHECK_BROKEN);
+    EXPECT_EQ(query(fixture("x509_entry_first.exe")).trusted, 0);
 }
 
 }  // namespace
