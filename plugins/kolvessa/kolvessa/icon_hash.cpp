@@ -112,7 +112,10 @@ class IconSearch {
     std::optional<uint64_t> below(uint64_t type_entry) {
         ++looked_at_;
         const std::optional<uint64_t> icons = child(type_entry);
-        const uint32_t count = icons ? image_.entries(*icons) : 0;
+        if (!icons) {
+            return std::nullopt;
+        }
+        const uint32_t count = image_.entries(*icons);
         for (uint32_t i = 0; i < count && !spent(); ++i) {
             ++looked_at_;
             const std::optional<uint64_t> languages = child(entry_of(*icons, i));

@@ -11,7 +11,7 @@ namespace kolvessa {
 
 namespace {
 
-constexpr wide_view STRINGS = ORVU_TEXT("\\StringFileInfo");
+constexpr const orvu_wchar* STRINGS = ORVU_TEXT("\\StringFileInfo");
 constexpr size_t QUERY_CAPACITY = 128;
 constexpr size_t TABLE_KEY_ADVANCE = 8;
 
@@ -21,7 +21,7 @@ using query_text = std::array<orvu_wchar, QUERY_CAPACITY>;
 // buffer's end.
 query_text string_query(uint32_t translation, const orvu_wchar* key) {
     query_text text{};
-    size_t length = STRINGS.copy(text.data(), STRINGS.size());
+    size_t length = wide_view(STRINGS).copy(text.data(), text.size());
     text[length++] = '\\';
     for (int shift = 28; shift >= 0; shift -= 4) {
         text[length++] = static_cast<orvu_wchar>("0123456789abcdef"[translation >> shift & 0xF]);
@@ -86,7 +86,7 @@ void settle_translation(VersionInfoReader& reader) {
     if (query(reader, check.data(), value) && value.length > 1) {
         return;
     }
-    if (query(reader, STRINGS.data(), value)) {
+    if (query(reader, STRINGS, value)) {
         // The first table's key begins 6 bytes on; reading starts at its second digit on purpose.
         const std::span<const uint8_t> table = within(reader, value.data, reader.size);
         reader.translation = leading_hex(table.subspan(std::min(TABLE_KEY_ADVANCE, table.size())));

@@ -172,7 +172,10 @@ bool version_resources_inside(ExecutableFile& file) {
     }
     ResourceTree tree(file, root);
     const std::optional<directory_entry> list = languages(tree);
-    const uint32_t count = list ? tree.size(list->offset) : 0;
+    if (!list) {
+        return false;
+    }
+    const uint32_t count = tree.size(list->offset);
     if (count == 0 || count > MAX_LANGUAGES) {
         return false;
     }

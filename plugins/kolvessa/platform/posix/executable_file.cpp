@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 #include <vector>
 
 #include "plugins/kolvessa/platform/posix/file_window.h"
@@ -24,7 +23,8 @@ struct ExecutableFile::State {
     explicit State(const orvu_wchar* framework_path) : path(framework_path) {}
 
     const orvu_wchar* path;
-    std::optional<view_status> status;
+    bool opened = false;
+    view_status status = view_status::no_file;
     FileWindow file;
     PeLayout layout;
     std::vector<uint8_t> joined;  // a range that no single read gives
@@ -71,10 +71,11 @@ ExecutableFile::ExecutableFile(const orvu_wchar* path) : state_(std::make_unique
 ExecutableFile::~ExecutableFile() = default;
 
 view_status ExecutableFile::open_view() {
-    if (!state_->status) {
+    if (!state_->opened) {
         state_->status = state_->open();
+        state_->opened = true;
     }
-    return *state_->status;
+    return state_->status;
 }
 
 std::span<const uint8_t> ExecutableFile::at(uint32_t address, uint32_t length) {
