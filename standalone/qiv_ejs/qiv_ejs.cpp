@@ -4,6 +4,7 @@
 
 #include "qiv_ejs.h"
 
+#include <algorithm>
 #include <exception>
 #include <string_view>
 
@@ -50,6 +51,13 @@ json_t* load(const char* path) {
         text.remove_prefix(byte_order_mark.size());
     if (text.empty()) {
         set_error(QIV_EJS_EMPTY, path, 0, "the file is empty");
+        return nullptr;
+    }
+    if (const size_t at = text.find('\0'); at != std::string_view::npos) {
+        // Jansson would read over it.
+        const auto line = 1 + std::count(text.begin(), text.begin() + at, '\n');
+        set_error(QIV_EJS_NO_JSON, path, static_cast<int32_t>(line), "no JSON document",
+                  "a NUL byte in the text");
         return nullptr;
     }
     json_error_t error;

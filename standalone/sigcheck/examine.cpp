@@ -15,7 +15,7 @@ constexpr uint64_t signature_limit = 16U << 20;
 constexpr size_t buffer_size = 256U << 10;
 
 // Hashes the bytes from `begin` up to `end`.
-bool hash_range(const SignedFile& file, uint64_t begin, uint64_t end, uint8_t* buffer,
+bool hash_range(const ReadableFile& file, uint64_t begin, uint64_t end, uint8_t* buffer,
                 Hasher& hasher) {
     while (begin < end) {
         const size_t chunk = std::min<uint64_t>(end - begin, buffer_size);
@@ -28,7 +28,7 @@ bool hash_range(const SignedFile& file, uint64_t begin, uint64_t end, uint8_t* b
 }
 
 // The file without its checksum, the directory entry of its signature and the certificate table.
-std::vector<uint8_t> file_digest(const SignedFile& file, uint64_t size, const pe_layout& layout,
+std::vector<uint8_t> file_digest(const ReadableFile& file, uint64_t size, const pe_layout& layout,
                                  digest algorithm) {
     const std::unique_ptr<uint8_t[]> buffer(new uint8_t[buffer_size]);
     Hasher hasher(algorithm);
@@ -42,7 +42,7 @@ std::vector<uint8_t> file_digest(const SignedFile& file, uint64_t size, const pe
 
 }  // namespace
 
-verdict examine(const SignedFile& file, uint64_t size, const TrustRoots* roots,
+verdict examine(const ReadableFile& file, uint64_t size, const TrustRoots* roots,
                 const orvu_wchar* path) {
     pe_layout layout;
     if (const int32_t state = read_pe_layout(file, size, layout); state != SIGCHECK_OK)

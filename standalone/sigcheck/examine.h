@@ -23,7 +23,7 @@ struct verdict {
 
 // `roots` may be null: then nobody is asked for trust. `size` is the file's size when it was
 // opened; a file that is shorter by now counts as one that can't be read.
-verdict examine(const SignedFile& file, uint64_t size, const TrustRoots* roots,
+verdict examine(const ReadableFile& file, uint64_t size, const TrustRoots* roots,
                 const orvu_wchar* path);
 
 }  // namespace orvu::sigcheck

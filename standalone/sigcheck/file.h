@@ -24,21 +24,29 @@ struct file_identity {
     auto operator<=>(const file_identity&) const = default;
 };
 
-class SignedFile {
+// What an examination needs of a file.
+class ReadableFile {
+  public:
+    virtual ~ReadableFile() = default;
+    // Reads `size` bytes at `offset`; false when the file ends before or can't be read.
+    virtual bool read(uint64_t offset, void* out, size_t size) const = 0;
+    // The system's handle, a descriptor or a HANDLE; -1 when there is none.
+    [[nodiscard]] virtual intptr_t handle() const { return -1; }
+};
+
+class SignedFile final : public ReadableFile {
   public:
     // The regular file at `path` (framework form), opened for reading and shared with everyone;
     // null when there is none that may be read.
     static std::unique_ptr<SignedFile> open(const orvu_wchar* path);
-    ~SignedFile();
+    ~SignedFile() override;
     SignedFile(const SignedFile&) = delete;
     SignedFile& operator=(const SignedFile&) = delete;
 
     // The marks as they are now; false when the system doesn't tell.
     bool identity(file_identity& out) const;
-    // Reads `size` bytes at `offset`; false when the file ends before or can't be read.
-    bool read(uint64_t offset, void* out, size_t size) const;
-    // The system's handle: a descriptor, or a HANDLE.
-    [[nodiscard]] intptr_t handle() const { return handle_; }
+    bool read(uint64_t offset, void* out, size_t size) const override;
+    [[nodiscard]] intptr_t handle() const override { return handle_; }
 
   private:
     explicit SignedFile(intptr_t handle) : handle_(handle) {}

@@ -36,7 +36,7 @@ bool meets_a_section(const std::vector<uint8_t>& sections, const pe_layout& layo
 
 // Walks the table's entries to the first signature. Each entry starts at a multiple of 8 from the
 // table's start and states its own length.
-int32_t find_signature(const SignedFile& file, pe_layout& layout) {
+int32_t find_signature(const ReadableFile& file, pe_layout& layout) {
     uint64_t at = layout.table;
     while (layout.table_end - at > certificate_header_size) {
         uint8_t header[certificate_header_size];
@@ -60,7 +60,7 @@ int32_t find_signature(const SignedFile& file, pe_layout& layout) {
 
 }  // namespace
 
-int32_t read_pe_layout(const SignedFile& file, uint64_t size, pe_layout& out) {
+int32_t read_pe_layout(const ReadableFile& file, uint64_t size, pe_layout& out) {
     uint8_t dos[64];
     if (size < sizeof dos || !file.read(0, dos, sizeof dos) || dos[0] != 'M' || dos[1] != 'Z')
         return SIGCHECK_NOT_PE;

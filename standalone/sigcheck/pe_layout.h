@@ -24,7 +24,7 @@ struct pe_layout {
 // SIGCHECK_NOT_PE, or SIGCHECK_NOT_SIGNED when there is no certificate table, when the table
 // reaches out of the file or into the headers or a section, or when no entry of it is a PKCS#7
 // signature.
-int32_t read_pe_layout(const SignedFile& file, uint64_t size, pe_layout& out);
+int32_t read_pe_layout(const ReadableFile& file, uint64_t size, pe_layout& out);
 
 }  // namespace orvu::sigcheck
 

@@ -14,7 +14,7 @@ namespace orvu::sigcheck {
 
 // The file that carries the signature, for a system that wants to look for itself.
 struct signed_subject {
-    const SignedFile& file;
+    const ReadableFile& file;
     const orvu_wchar* path;  // framework form
     bool first_in_table;     // no other entry of the certificate table stands before the signature
 };
