@@ -46,6 +46,7 @@ int main(int argc, char** argv) {
         "The home folder is --home, else ORVU_HOME, else " +
         orvu::default_home_words() + ".");
     app.set_version_flag("--version", ORVU_VERSION);
+    app.allow_windows_style_options(false);  // "/tmp/x" is a path on every system
     app.require_subcommand(1);
     Arguments arguments;
     for (const Command* command : commands) {
