@@ -7,7 +7,8 @@ namespace kolvessa {
 namespace {
 
 // A node: its length, its value's length and type in 16 bits each, a key with its NUL, then, at a
-// multiple of 4, the value and, at the next one, the nodes inside it.
+// multiple of 4, the value and, at the next one, the nodes inside it. The value's length counts
+// characters when the type says text.
 constexpr size_t KEY_OFFSET = 6;
 constexpr size_t SMALLEST_NODE = KEY_OFFSET + 2;
 constexpr size_t TYPE_OFFSET = 4;
@@ -34,8 +35,9 @@ size_t key_end(std::span<const uint8_t> block, size_t node, size_t end) {
 // NOLINTNEXTLINE(misc-no-recursion): three levels, and each byte is in one node of each
 void bound_children(std::span<uint8_t> block, size_t node, int depth) {
     const size_t end = node + u16_at(block, node);
-    size_t at =
-        node + round_up(key_end(block, node, end) - node) + round_up(u16_at(block, node + 2));
+    const size_t value = node + round_up(key_end(block, node, end) - node);
+    const size_t unit = u16_at(block, node + TYPE_OFFSET) != 0 ? 2 : 1;
+    size_t at = value + round_up(unit * u16_at(block, node + 2));
     while (at < end) {
         const size_t left = end - at;
         const size_t length = left < SMALLEST_NODE ? 0 : u16_at(block, at);

@@ -7,8 +7,10 @@ namespace kolvessa::platform {
 namespace {
 
 // A node: its length, its value's length and type in 16 bits each, the key with its NUL, then, at a
-// multiple of 4, the value and, at the next one, the nodes inside it.
+// multiple of 4, the value and, at the next one, the nodes inside it. The value's length counts
+// characters when the type says text.
 constexpr size_t KEY_OFFSET = 6;
+constexpr size_t TYPE_OFFSET = 4;
 
 size_t round_up(size_t value) {
     return (value + 3) & ~size_t{3};
@@ -56,7 +58,8 @@ bool key_equals(std::span<const uint8_t> block, const node& candidate, const orv
 bool find_child(std::span<const uint8_t> block, const node& parent, const orvu_wchar* key,
                 size_t length, node& out) {
     const size_t end = parent.offset + parent.length;
-    size_t at = parent.value + round_up(u16_at(block.data() + parent.offset + 2));
+    const size_t unit = u16_at(block.data() + parent.offset + TYPE_OFFSET) != 0 ? 2 : 1;
+    size_t at = parent.value + round_up(unit * u16_at(block.data() + parent.offset + 2));
     while (at < end && read_node(block, at, end, out)) {
         if (key_equals(block, out, key, length)) {
             return true;

@@ -16,8 +16,10 @@ using pe_fixture::put;
 
 constexpr size_t ROOM = 256;
 
-// A block of one string: root 0..., list at 40, table at 76, string at 100.
-std::vector<uint8_t> small_block() {
+// A block of one string: root at 0, list at 40, table at 76, string at 100. The list may have a
+// value of its own, which moves what follows.
+std::vector<uint8_t> small_block(uint32_t list_type = 1, uint32_t list_value = 0,
+                                 uint32_t moved = 0) {
     std::vector<uint8_t> block(ROOM);
     const auto node = [&](size_t at, uint32_t length, uint32_t value, const char* key) {
         put(block, at, 2, length);
@@ -27,13 +29,14 @@ std::vector<uint8_t> small_block() {
             block[at + 6 + 2 * i] = static_cast<uint8_t>(key[i]);
         }
     };
-    node(0, 124, 0, "VS_VERSION_INFO");
+    node(0, 124 + moved, 0, "VS_VERSION_INFO");
     put(block, 4, 2, 0);
-    node(40, 84, 0, "StringFileInfo");
-    node(76, 48, 0, "000004b0");
-    node(100, 24, 4, "Key");
-    put(block, 116, 4, 0x00620061);
-    put(block, 120, 4, 0x00000063);
+    node(40, 84 + moved, list_value, "StringFileInfo");
+    put(block, 44, 2, list_type);
+    node(76 + moved, 48, 0, "000004b0");
+    node(100 + moved, 24, 4, "Key");
+    put(block, 116 + moved, 4, 0x00620061);
+    put(block, 120 + moved, 4, 0x00000063);
     return block;
 }
 
@@ -60,6 +63,17 @@ TEST(VersionBlock, the_blocks_of_the_build_are_left_alone) {
         const std::vector<uint8_t> before = block;
         EXPECT_NE(bound_version_block(block), 0U);
         EXPECT_EQ(block, before) << name;
+    }
+}
+
+TEST(VersionBlock, nodes_follow_a_value_that_counts_bytes_or_characters) {
+    for (const auto& [type, moved] : std::vector<std::pair<uint32_t, uint32_t>>{{0, 4}, {1, 8}}) {
+        std::vector<uint8_t> block = small_block(type, 4, moved);
+        EXPECT_EQ(bound_version_block(block), 124 + moved);
+        EXPECT_TRUE(finds(block)) << type;
+        block = small_block(type, 4, 12 - moved);
+        bound_version_block(block);
+        EXPECT_FALSE(finds(block)) << type;
     }
 }
 
