@@ -1,6 +1,7 @@
 #include "plugins/kolvessa/app_rule/rule_parser.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -19,16 +20,36 @@ struct StringFree {
     void operator()(orvu_wchar* text) const noexcept { orvu_str_free(text); }
 };
 
-// The string fields of an element, in the order in which they are read.
-struct ExactField {
-    const char* name;
-    AttributeKind kind;
-};
-constexpr ExactField exact_fields[] = {
-    {"signer", AttributeKind::signer},           {"copyright", AttributeKind::copyright},
-    {"productname", AttributeKind::productname}, {"originalname", AttributeKind::originalname},
-    {"description", AttributeKind::description}, {"iconhash", AttributeKind::iconhash},
-};
+// The members of an element, by kind; "inherit" behind them.
+constexpr size_t inherit_member = attribute_count;
+using ElementMembers = std::array<const json_t*, attribute_count + 1>;
+
+constexpr std::array<const char*, attribute_count + 1> member_names = {
+    "signer",      "productname", "originalname", "copyright",
+    "description", "iconhash",    "procpath",     "inherit"};
+
+// The order in which the exact attributes are read.
+constexpr std::array<AttributeKind, exact_attribute_count> reading_order = {
+    AttributeKind::signer,       AttributeKind::copyright,   AttributeKind::productname,
+    AttributeKind::originalname, AttributeKind::description, AttributeKind::iconhash};
+
+// One pass over what the element has is cheaper than asking it for each name. What is no object has
+// no members.
+ElementMembers members_of(const json_t* element) {
+    ElementMembers members{};
+    auto* object = const_cast<json_t*>(element);  // Jansson's iteration changes nothing
+    for (void* at = qiv_json_object_iter(object); at != nullptr;
+         at = qiv_json_object_iter_next(object, at)) {
+        const char* key = qiv_json_object_iter_key(at);
+        for (size_t i = 0; i < member_names.size(); ++i) {
+            if (key[0] == member_names[i][0] && std::strcmp(key, member_names[i]) == 0) {
+                members[i] = qiv_json_object_iter_value(at);
+                break;
+            }
+        }
+    }
+    return members;
+}
 
 // Only ASCII letters change, whatever the locale of the process.
 char ascii_lower(char c) noexcept {
@@ -140,17 +161,17 @@ void RuleParser::parse_rules(const json_t* rules, const std::string& tag,
 
 void RuleParser::parse_element(const json_t* element, uint32_t appid) {
     Draft draft;
-    for (const ExactField& field : exact_fields) {
-        parse_attribute_field(element, field.name, field.kind, draft);
+    const ElementMembers members = members_of(element);
+    for (const AttributeKind kind : reading_order) {
+        parse_attribute_field(members[static_cast<uint32_t>(kind)], kind, draft);
     }
-    parse_path_field(element, "procpath", draft);
-    const bool inherit = json_member_integer(element, "inherit") == 1;
+    parse_path_field(members[static_cast<uint32_t>(AttributeKind::procpath)], draft);
+    const bool inherit = qiv_json_integer_value(members[inherit_member]) == 1;
     content_.elements.add(appid, draft.mask, inherit, draft.values);
 }
 
-void RuleParser::parse_attribute_field(const json_t* element, const char* field, AttributeKind kind,
-                                       Draft& draft) {
-    const char* text = json_member_string(element, field);
+void RuleParser::parse_attribute_field(const json_t* value, AttributeKind kind, Draft& draft) {
+    const char* text = qiv_json_string_value_ejs(value);
     if (text == nullptr) {
         return;
     }
@@ -158,8 +179,8 @@ void RuleParser::parse_attribute_field(const json_t* element, const char* field,
     draft.values[static_cast<uint32_t>(kind)] = value_number(kind, text);
 }
 
-void RuleParser::parse_path_field(const json_t* element, const char* field, Draft& draft) {
-    const char* text = json_member_string(element, field);
+void RuleParser::parse_path_field(const json_t* value, Draft& draft) {
+    const char* text = qiv_json_string_value_ejs(value);
     if (text == nullptr) {
         return;
     }

@@ -47,9 +47,8 @@ class RuleParser {
     void parse_rule_node(const json_t* top, const std::string& tag, CategoryTree::Node parent);
     void parse_rules(const json_t* rules, const std::string& tag, CategoryTree::Node category);
     void parse_element(const json_t* element, uint32_t appid);
-    void parse_attribute_field(const json_t* element, const char* field, AttributeKind kind,
-                               Draft& draft);
-    void parse_path_field(const json_t* element, const char* field, Draft& draft);
+    void parse_attribute_field(const json_t* value, AttributeKind kind, Draft& draft);
+    void parse_path_field(const json_t* value, Draft& draft);
     uint32_t value_number(AttributeKind kind, const char* text);
     uint32_t convert(AttributeKind kind, const char* text);
 
