@@ -198,8 +198,7 @@ void Trie::Builder::link(uint32_t node, uint32_t child) {
         fail = trie.wild_child(fail);
     }
     trie.nodes_[child].fail = fail;
-    uint8_t& fail_flags = trie.cells_[fail].flags;
-    fail_flags |= kFailTarget;
+    const uint8_t fail_flags = trie.cells_[fail].flags;
     flags |= (fail_flags & kWildChild) != 0 ? kFailWild : 0;
     if ((fail_flags & kOutput) != 0) {
         const uint32_t inherited = trie.output(fail);

@@ -5,10 +5,10 @@
 //
 // Nodes are numbered in depth-first order of the sorted patterns, the root being 0, so that an only
 // child follows its parent directly and a walk along a pattern reads memory in order. A node with
-// several children has a record with a range of labels and targets; the root has a full table
-// besides. Outputs are shared: a node refers to one record of ids, which links to the record that
-// its failure node contributes, so that the merged sets are never copied. Index 0 stands for "none"
-// throughout, since the root is nobody's child and nobody's merged output by link.
+// several children has a record with a range of labels and targets; the root and its wildcard child
+// have full tables besides. Outputs are shared: a node refers to one record of ids, which links to
+// the record that its failure node contributes, so that the merged sets are never copied. Index 0
+// stands for "none" throughout: the root is nobody's child, and records are numbered from 1.
 //
 // A Trie is immutable once made; every member function may be called from any thread.
 
@@ -44,8 +44,7 @@ class Trie {
         kWildChild = 4,   // a wildcard edge leads on
         kOnWildcard = 8,  // the edge that leads here is a wildcard
         kOutput = 16,     // some pattern ends here or at a node along the failure links
-        kFailWild = 32,   // the failure node has a wildcard child
-        kFailTarget = 64  // some node fails to this one
+        kFailWild = 32    // the failure node has a wildcard child
     };
 
     Trie() = default;
