@@ -21,7 +21,7 @@ constexpr uint32_t MAX_LANGUAGES = 1024;
 constexpr std::array<uint32_t, 3> PREFERRED_LANGUAGES = {0, 0x0409, 0x0009};
 
 struct directory_entry {
-    uint32_t id = 0;
+    uint32_t id = 0;      // the system looks at 16 bits alone
     uint32_t offset = 0;  // from the root, the top bit cleared
     bool is_directory = false;
 };
@@ -32,15 +32,17 @@ class ResourceTree {
 
     // The ids of a directory are sorted and are searched as the system does, by halving.
     std::optional<directory_entry> find(uint32_t directory, uint32_t id, bool is_directory) {
-        uint32_t low = 0;
-        uint32_t high = 0;
-        if (!counts(directory, low, high)) {
+        uint32_t named = 0;
+        uint32_t ids = 0;
+        if (!counts(directory, named, ids)) {
             return std::nullopt;
         }
-        high += low;
-        while (low < high) {
-            const uint32_t middle = low + (high - low) / 2;
-            const std::optional<directory_entry> found = entry(directory, middle);
+        int64_t low = named;
+        int64_t high = low + ids - 1;
+        while (low <= high) {
+            const int64_t middle = (low + high) / 2;
+            const std::optional<directory_entry> found =
+                entry(directory, static_cast<uint32_t>(middle));
             if (!found) {
                 return std::nullopt;
             }
@@ -48,7 +50,7 @@ class ResourceTree {
                 return found->is_directory == is_directory ? found : std::nullopt;
             }
             if (found->id > id) {
-                high = middle;
+                high = middle - 1;
             } else {
                 low = middle + 1;
             }
@@ -90,7 +92,7 @@ class ResourceTree {
             return std::nullopt;
         }
         const uint32_t offset = u32_at(bytes.data() + 4);
-        return directory_entry{u32_at(bytes.data()), offset & ~IS_DIRECTORY,
+        return directory_entry{u16_at(bytes.data()), offset & ~IS_DIRECTORY,
                                (offset & IS_DIRECTORY) != 0};
     }
 
@@ -131,8 +133,12 @@ uint32_t resource_root(ExecutableFile& file) {
         return value.empty() ? 0 : u32_at(value.data());
     };
     const uint32_t directories = (field(0) & 0xFFFF) == 0x20B ? 112 : 96;
-    return field(directories - 4) > RESOURCE_DIRECTORY ? field(directories + 8 * RESOURCE_DIRECTORY)
-                                                       : 0;
+    const uint32_t resources = directories + 8 * RESOURCE_DIRECTORY;
+    // A directory without room for its own header is none.
+    if (field(directories - 4) <= RESOURCE_DIRECTORY || field(resources + 4) < DIRECTORY_SIZE) {
+        return 0;
+    }
+    return field(resources);
 }
 
 // The directory of the version resource's languages.

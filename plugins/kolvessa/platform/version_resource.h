@@ -19,8 +19,8 @@ struct resource_data {
 // first.
 resource_data find_version_resource(ExecutableFile& file);
 
-// Whether there is one, and the data of each of its languages lies inside the image. The Windows
-// calls copy without asking.
+// Whether there is one, and the data of each of its languages lies inside the image: a resource
+// that breaks this anywhere is not read on any system, since the Windows calls copy without asking.
 bool version_resources_inside(ExecutableFile& file);
 
 }  // namespace kolvessa::platform

@@ -94,7 +94,7 @@ std::span<const uint8_t> ExecutableFile::at(uint32_t address, uint32_t length) {
 }
 
 uint32_t ExecutableFile::version_size() {
-    if (open_view() != view_status::ok) {
+    if (open_view() != view_status::ok || !version_resources_inside(*this)) {
         return 0;
     }
     state_->version = find_version_resource(*this);

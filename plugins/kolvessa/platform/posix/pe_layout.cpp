@@ -15,6 +15,19 @@ constexpr uint32_t MAX_SECTIONS = 96;  // the loader's own limit
 constexpr uint32_t PAGE = 4096;
 constexpr uint32_t SECTOR = 512;  // the loader maps whole sectors, whatever the file's alignment
 
+// Sections that may be neither read nor written are mapped without access.
+constexpr uint32_t ACCESSIBLE = 0xC0000000;
+
+// The machine has to be one of the optional header's width.
+bool is_machine_of(uint32_t magic, uint32_t machine) {
+    constexpr uint32_t I386 = 0x14C;
+    constexpr uint32_t ARM_THUMB = 0x1C4;
+    constexpr uint32_t AMD64 = 0x8664;
+    constexpr uint32_t ARM64 = 0xAA64;
+    return (magic == 0x10B && (machine == I386 || machine == ARM_THUMB)) ||
+           (magic == 0x20B && (machine == AMD64 || machine == ARM64));
+}
+
 uint64_t round_up(uint64_t value, uint32_t unit) {
     return (value + unit - 1) / unit * unit;
 }
@@ -42,6 +55,7 @@ bool PeLayout::parse(FileWindow& file) {
     }
     header pe;
     pe.sections = u16_at(bytes.data() + 6);
+    const uint32_t machine = u16_at(bytes.data() + 4);
     const uint32_t optional_size = u16_at(bytes.data() + 20);
     const uint64_t optional_offset = uint64_t{pe_offset} + FILE_HEADER_SIZE;
     pe.section_table = optional_offset + optional_size;
@@ -49,15 +63,14 @@ bool PeLayout::parse(FileWindow& file) {
     if (bytes.size() < 64 || pe.sections > MAX_SECTIONS) {
         return false;
     }
-    const uint32_t magic = u16_at(bytes.data());
-    if (magic != 0x10B && magic != 0x20B) {
+    if (!is_machine_of(u16_at(bytes.data()), machine)) {
         return false;
     }
     pe.section_alignment = u32_at(bytes.data() + 32);
     pe.file_alignment = u32_at(bytes.data() + 36);
     pe.image_size = u32_at(bytes.data() + 56);
     pe.headers_size = u32_at(bytes.data() + 60);
-    if (pe.image_size == 0) {
+    if (pe.image_size == 0 || round_up(pe.image_size, PAGE) > UINT32_MAX) {
         return false;
     }
     return pe.section_alignment % PAGE != 0 ? add_flat(file, pe) : add_sections(file, pe);
@@ -77,7 +90,7 @@ bool PeLayout::add_flat(FileWindow& file, const header& pe) {
             return false;
         }
     }
-    const auto size = static_cast<uint32_t>(std::min<uint64_t>(file.size(), pe.image_size));
+    const auto size = static_cast<uint32_t>(std::min(file.size(), round_up(pe.image_size, PAGE)));
     segments_.push_back({0, size, 0, size});
     return true;
 }
@@ -94,12 +107,10 @@ bool PeLayout::add_sections(FileWindow& file, const header& pe) {
             return false;
         }
     }
-    // The headers come last: an address that a section claims is the section's.
-    const auto headers =
-        static_cast<uint32_t>(std::min<uint64_t>({file.size(), pe.headers_size, pe.image_size}));
-    const auto size = static_cast<uint32_t>(
-        std::min(round_up(pe.headers_size, PAGE), round_up(pe.image_size, PAGE)));
-    segments_.push_back({0, size, 0, headers});
+    // The headers come in whole pages, and last: an address that a section claims is the section's.
+    const uint64_t pages = round_up(std::max(pe.headers_size, 1U), PAGE);
+    const auto size = static_cast<uint32_t>(std::min(pages, round_up(pe.image_size, PAGE)));
+    segments_.push_back({0, size, 0, static_cast<uint32_t>(std::min<uint64_t>(size, file.size()))});
     return true;
 }
 
@@ -110,7 +121,7 @@ bool PeLayout::add_section(const uint8_t* entry, const header& pe, uint64_t file
     segment run;
     run.address = u32_at(entry + 12);
     const uint64_t size = round_up(virtual_size == 0 ? raw_size : virtual_size, PAGE);
-    if (run.address + size > round_up(pe.image_size, PAGE)) {
+    if (run.address % PAGE != 0 || run.address + size > round_up(pe.image_size, PAGE)) {
         return false;
     }
     run.size = static_cast<uint32_t>(size);
@@ -124,7 +135,9 @@ bool PeLayout::add_section(const uint8_t* entry, const header& pe, uint64_t file
         }
         run.file_size = static_cast<uint32_t>(std::min(wanted, file_size - run.file_offset));
     }
-    segments_.push_back(run);
+    if ((u32_at(entry + 36) & ACCESSIBLE) != 0) {
+        segments_.push_back(run);
+    }
     return true;
 }
 
