@@ -107,12 +107,15 @@ ORVU_API size_t orvu_wcslcpy(orvu_wchar* destination, const orvu_wchar* source, 
 
 /* ---- Memory. */
 
+/* NOLINTBEGIN(readability-identifier-naming): the underscore is part of the contract's names. */
+
 /* A block of `size` bytes, the second zeroed, aligned for any type, or null. A size of 0 gives a
  * block too. Given back with orvu_free_, by any thread. */
 ORVU_API void* orvu_malloc_(size_t size);
 ORVU_API void* orvu_zero_malloc_(size_t size);
 /* Null is allowed. */
 ORVU_API void orvu_free_(void* block);
+/* NOLINTEND(readability-identifier-naming) */
 
 /* Adds in one step and answers the new value. What a thread did before it is seen by the thread
  * that gets a later value, so that whoever brings a count to 0 may destroy what it counts. Null

@@ -69,7 +69,7 @@ class Log {
         const std::lock_guard<std::mutex> lock(file_mutex_);
         if (file_) {
             queue_.take(batch_);
-            write_batch();
+            write_batch(*file_);
         }
     }
 
@@ -80,8 +80,11 @@ class Log {
         for (int i = 0; i < ATTEMPTS; ++i) {
             const std::unique_lock<std::mutex> lock(file_mutex_, std::try_to_lock);
             if (lock.owns_lock()) {
-                if (!file_ || queue_.try_take(batch_)) {
-                    write_batch();
+                if (!file_) {
+                    return;
+                }
+                if (queue_.try_take(batch_)) {
+                    write_batch(*file_);
                     return;
                 }
             }
@@ -98,11 +101,11 @@ class Log {
     }
 
     // The file's mutex is held.
-    void write_batch() {
+    void write_batch(LogFile& file) {
         const bool echo = echo_.load(std::memory_order_relaxed);
         for (size_t i = 0; i < batch_.size(); ++i) {
             const std::string_view line = batch_[i];
-            if (!file_->write(line)) {
+            if (!file.write(line)) {
                 count_dropped();
             }
             if (echo) {

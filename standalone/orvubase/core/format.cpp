@@ -176,6 +176,8 @@ int64_t signed_argument(Length length, Arguments& arguments) {
             return va_arg(arguments.list, long);
         case Length::LONG_LONG:
             return va_arg(arguments.list, long long);
+        // The same code on this system, but not on every one.
+        // NOLINTNEXTLINE(bugprone-branch-clone)
         case Length::SIZE:
             return va_arg(arguments.list, std::make_signed_t<size_t>);
         case Length::MAX:
@@ -198,6 +200,8 @@ uint64_t unsigned_argument(Length length, Arguments& arguments) {
             return va_arg(arguments.list, unsigned long);
         case Length::LONG_LONG:
             return va_arg(arguments.list, unsigned long long);
+        // The same code on this system, but not on every one.
+        // NOLINTNEXTLINE(bugprone-branch-clone)
         case Length::SIZE:
             return va_arg(arguments.list, size_t);
         case Length::MAX:

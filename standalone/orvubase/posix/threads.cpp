@@ -40,6 +40,11 @@ void* run(void* parameter) {
 
 static_assert(sizeof(pthread_t) == sizeof(uint64_t));
 
+orvu::RwLock* as_lock(orvu_rwlock word) {
+    // The contract's word is an integer.
+    return reinterpret_cast<orvu::RwLock*>(word);  // NOLINT(performance-no-int-to-ptr)
+}
+
 orvu::RwLock* lock_of(orvu_rwlock* word) {
     if (word == nullptr) {
         return nullptr;
@@ -56,7 +61,7 @@ orvu::RwLock* lock_of(orvu_rwlock* word) {
             return made.release();
         }
     }
-    return reinterpret_cast<orvu::RwLock*>(value);
+    return as_lock(value);
 }
 
 }  // namespace
@@ -70,12 +75,12 @@ int32_t orvu_thread_start(orvu_thread_record* record, void* (*entry)(void*), voi
         start->entry = entry;
         start->argument = argument;
         start->record = record;
-        auto handed_over = std::make_unique<std::shared_ptr<Start>>(start);
+        auto* const handed_over = new std::shared_ptr<Start>(start);
         pthread_t thread{};
-        if (pthread_create(&thread, nullptr, run, handed_over.get()) != 0) {
+        if (pthread_create(&thread, nullptr, run, handed_over) != 0) {
+            delete handed_over;
             return orvu::RESULT_ABSENT;
         }
-        (void)handed_over.release();
         start->filled.wait(0);
         return orvu::RESULT_OK;
     });
@@ -99,7 +104,7 @@ void orvu_rwlock_init(orvu_rwlock* word) {
 
 void orvu_rwlock_destroy(orvu_rwlock* word) {
     if (word != nullptr) {
-        delete reinterpret_cast<orvu::RwLock*>(*word);
+        delete as_lock(*word);
         *word = 0;
     }
 }
