@@ -9,14 +9,11 @@ if(LIBRARY MATCHES "\\.dll$")
   if(table STREQUAL output)
     message(FATAL_ERROR "${LIBRARY}: no export table found")
   endif()
-  # Each line of the table is "[ordinal] name"; it ends with an empty line.
+  # Each line of the table is "[ordinal] name"; it ends with an empty line. Brackets go first: they
+  # would keep list elements together.
   string(REGEX REPLACE "\n[ \t\r]*\n.*$" "\n" table "${table}")
-  string(REGEX MATCHALL "\\][^\n]*[A-Za-z_?@$][^ \n\r]*" lines "${table}")
-  set(names "")
-  foreach(line IN LISTS lines)
-    string(REGEX REPLACE "^.*[ \t]" "" name "${line}")
-    list(APPEND names "${name}")
-  endforeach()
+  string(REGEX REPLACE "\\[[^]\n]*\\]" "" table "${table}")
+  string(REGEX MATCHALL "[^ \t\r\n]+" names "${table}")
 else()
   execute_process(COMMAND "${NM}" -D --defined-only "${LIBRARY}"
     OUTPUT_VARIABLE output RESULT_VARIABLE result)
