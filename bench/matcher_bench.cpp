@@ -56,7 +56,7 @@ void search_matcher(benchmark::State& state, const words& patterns, const words&
     const CAhoCorasick matcher = matcher_of(patterns);
     std::vector<uint32_t> found;
     size_t hits = 0;
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         hits = 0;
         for (const std::string& text : texts) {
             found.clear();
@@ -74,7 +74,7 @@ void search_model(benchmark::State& state, const words& patterns, const words& t
     }
     model.build();
     size_t hits = 0;
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         hits = 0;
         for (const std::string& text : texts) {
             std::set<uint32_t> found;
@@ -87,7 +87,9 @@ void search_model(benchmark::State& state, const words& patterns, const words& t
     state.counters["hits"] = static_cast<double>(hits);
 }
 
-void search_re2(benchmark::State& state, const words& patterns, const words& texts) {
+// RE2 makes its automaton while it searches: paths that it has not seen cost it a hundred times
+// those that it has. `warm` lets it see all of them before.
+void search_re2(benchmark::State& state, const words& patterns, const words& texts, bool warm) {
     RE2::Options options(RE2::Latin1);
     options.set_dot_nl(true);
     options.set_log_errors(false);
@@ -101,8 +103,11 @@ void search_re2(benchmark::State& state, const words& patterns, const words& tex
         return;
     }
     std::vector<int> found;
+    for (size_t at = 0; warm && at < texts.size(); ++at) {
+        set.Match(texts[at], &found);
+    }
     size_t hits = 0;
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         hits = 0;
         for (const std::string& text : texts) {
             RE2::Set::ErrorInfo error{};
@@ -121,7 +126,7 @@ void build_matcher(benchmark::State& state, const words& patterns) {
         bytes += pattern.size();
     }
     double held = 0;
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         const CAhoCorasick matcher = matcher_of(patterns);
         held = static_cast<double>(matcher.memory_bytes());
     }
@@ -141,7 +146,7 @@ void build_vectorscan(benchmark::State& state, const words& patterns) {
         flags.push_back(HS_FLAG_DOTALL | HS_FLAG_SINGLEMATCH);
         ids.push_back(static_cast<unsigned>(ids.size()));
     }
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         hs_database_t* database = nullptr;
         hs_compile_error_t* error = nullptr;
         if (hs_compile_multi(texts.data(), flags.data(), ids.data(),
@@ -154,7 +159,8 @@ void build_vectorscan(benchmark::State& state, const words& patterns) {
     }
 }
 
-// Keeps what the table is made of while the runs are printed as usual.
+// Keeps what the table is made of while the runs are printed as usual: processor time, which a busy
+// machine does not stretch.
 class Collector : public benchmark::ConsoleReporter {
   public:
     Collector() : ConsoleReporter(OO_None) {}
@@ -162,9 +168,9 @@ class Collector : public benchmark::ConsoleReporter {
         for (const Run& run : runs) {
             const std::string name = run.run_name.function_name;
             failed = failed || run.error_occurred;
-            seconds[name] = run.real_accumulated_time / static_cast<double>(run.iterations);
+            seconds[name] = run.cpu_accumulated_time / static_cast<double>(run.iterations);
             for (const auto& [counter, value] : run.counters) {
-                counters[name + "/" + counter] = value;
+                counters[std::string(name).append("/").append(counter)] = value;
             }
         }
         ConsoleReporter::ReportRuns(runs);
@@ -199,9 +205,12 @@ int compare(Sizes sizes, bool judge) {
         return RegisterBenchmark(name, body)->Unit(benchmark::kMillisecond);
     };
     add("search", [&](auto& state) { search_matcher(state, patterns, texts); });
-    add("search_re2", [&](auto& state) { search_re2(state, patterns, texts); });
+    add("search_re2", [&](auto& state) {
+        search_re2(state, patterns, texts, false);
+    })->Iterations(1);
+    add("search_re2_warm", [&](auto& state) { search_re2(state, patterns, texts, true); });
     add("search_plain", [&](auto& state) { search_matcher(state, plain, plain_texts); });
-    add("search_plain_re2", [&](auto& state) { search_re2(state, plain, plain_texts); });
+    add("search_plain_re2_warm", [&](auto& state) { search_re2(state, plain, plain_texts, true); });
     add("search_plain_model", [&](auto& state) { search_model(state, plain, plain_texts); });
     add("build", [&](auto& state) { build_matcher(state, many); });
     add("build_vectorscan", [&](auto& state) { build_vectorscan(state, many); })->Iterations(1);
@@ -218,9 +227,12 @@ int compare(Sizes sizes, bool judge) {
     };
     Table table;
     std::puts("");
-    table.line("search, times faster than RE2::Set", times("search_re2", "search"), "x", true, 1.5);
-    table.line("search without leading \"*\", than RE2::Set",
-               times("search_plain_re2", "search_plain"), "x", true, 1.5);
+    table.line("search new paths, times faster than RE2::Set", times("search_re2", "search"), "x",
+               true, 1.5);
+    table.line("search the same paths again, than RE2::Set", times("search_re2_warm", "search"),
+               "x", true, 1.5);
+    table.line("... without leading \"*\"", times("search_plain_re2_warm", "search_plain"), "x",
+               true, 1.5);
     table.line("search without leading \"*\", than the literal form",
                times("search_plain_model", "search_plain"), "x", true, 1.5);
     table.line("build, times faster than vectorscan compiles", times("build_vectorscan", "build"),

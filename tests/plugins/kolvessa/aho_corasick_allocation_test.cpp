@@ -18,8 +18,11 @@ namespace {
 int64_t g_left = -1;
 
 void* allocate(size_t size) {
-    if (g_left >= 0 && g_left-- == 0) {
+    if (g_left == 0) {
         throw std::bad_alloc();
+    }
+    if (g_left > 0) {
+        --g_left;
     }
     void* block = std::malloc(size != 0 ? size : 1);
     if (block == nullptr) {

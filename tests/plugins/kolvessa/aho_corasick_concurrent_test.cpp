@@ -41,6 +41,7 @@ TEST(AhoCorasickConcurrent, searches_at_once_find_what_one_alone_finds) {
 
     std::atomic<int> wrong = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (size_t thread = 0; thread < 4; ++thread) {
         threads.emplace_back([&, thread] {
             for (size_t i = 0; i < texts.size(); ++i) {
