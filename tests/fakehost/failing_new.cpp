@@ -11,11 +11,12 @@ thread_local size_t remaining = 0;
 thread_local bool happened = false;
 
 bool fails_now() {
-    if (remaining == 0 || fakehost::in_own_work() || --remaining != 0) {
+    if (remaining == 0 || fakehost::in_own_work()) {
         return false;
     }
-    happened = true;
-    return true;
+    --remaining;
+    happened = remaining == 0;
+    return happened;
 }
 
 void* allocate(size_t size) {

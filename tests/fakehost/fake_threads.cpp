@@ -19,6 +19,7 @@ thread_local std::map<orvu_rwlock*, Held> holds;
 
 orvu::RwLock* lock_of(orvu_rwlock* word, const char* by) {
     if (word != nullptr && *word != 0) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the contract's word holds it
         return reinterpret_cast<orvu::RwLock*>(*word);
     }
     const Guard guard(state().mutex);
