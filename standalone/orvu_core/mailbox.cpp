@@ -5,6 +5,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "standalone/orvu_core/process_end.h"
+
 namespace orvu {
 
 namespace {
@@ -32,7 +34,9 @@ thread_local ThreadSlot t_slot;
 
 ThreadSlot::~ThreadSlot() {
     t_ended = true;
-    if (!box) {
+    // At the end of the process nobody is left to be told, and a thread that was stopped for it may
+    // have left one of the locks below taken.
+    if (!box || process_is_ending()) {
         return;
     }
     box->close();
