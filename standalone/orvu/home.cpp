@@ -59,7 +59,7 @@ bool choose_signer_trust(const Arguments& arguments, std::string& why) {
 
 TemporaryHome::~TemporaryHome() {
     if (!path_.empty()) {
-        orvu_host_log_flush();
+        orvu_host_log_close();
         remove_folder(path_);
     }
 }

@@ -67,10 +67,15 @@ class Log {
     // Lines keep their order, because taking and writing are one step under the file's mutex.
     void flush() {
         const std::lock_guard<std::mutex> lock(file_mutex_);
-        if (file_) {
-            queue_.take(batch_);
-            write_batch(*file_);
-        }
+        flush_locked();
+    }
+
+    // Lets go of the file for good; the log stays ready, and what comes later counts as dropped.
+    void close() {
+        const std::lock_guard<std::mutex> lock(file_mutex_);
+        flush_locked();
+        closed_ = closed_ || file_.has_value();
+        file_.reset();
     }
 
     // The end of the process: on Windows the other threads are gone by now, perhaps with a mutex in
@@ -100,7 +105,18 @@ class Log {
         }
     }
 
-    // The file's mutex is held.
+    // The file's mutex is held here and below.
+    void flush_locked() {
+        if (file_) {
+            queue_.take(batch_);
+            write_batch(*file_);
+        } else if (closed_) {
+            queue_.take(batch_);
+            dropped_.fetch_add(batch_.size(), std::memory_order_relaxed);
+            batch_.clear();
+        }
+    }
+
     void write_batch(LogFile& file) {
         const bool echo = echo_.load(std::memory_order_relaxed);
         for (size_t i = 0; i < batch_.size(); ++i) {
@@ -118,6 +134,7 @@ class Log {
     LogQueue queue_;
     std::mutex file_mutex_;
     std::optional<LogFile> file_;
+    bool closed_ = false;
     LogBatch batch_;
     std::atomic<bool> ready_{false};
     std::atomic<bool> echo_{false};
@@ -208,6 +225,13 @@ uint64_t orvu_host_log_dropped(void) {
 void orvu_host_log_flush(void) {
     (void)orvu::guarded<int32_t>(0, [] {
         orvu::log_of_process().flush();
+        return 0;
+    });
+}
+
+void orvu_host_log_close(void) {
+    (void)orvu::guarded<int32_t>(0, [] {
+        orvu::log_of_process().close();
         return 0;
     });
 }

@@ -170,4 +170,22 @@ TEST_F(LogOfProcess, full_files_are_kept_up_to_the_count_and_never_grow_beyond_t
     EXPECT_FALSE(std::filesystem::exists(home().path() / file("orvu.5.log")));
 }
 
+// The last of them: a closed log stays closed.
+TEST_F(LogOfProcess, a_closed_log_lets_its_folder_be_removed_and_counts_what_comes_later) {
+    init();
+    orvu_log_output(1, "the last line\n");
+    orvu_host_log_close();
+    EXPECT_TRUE(home().read(file(orvu::LOG_FILE_NAME)).ends_with("the last line\n"));
+    std::error_code error;
+    std::filesystem::remove_all(home().path() / "home" / "log", error);
+    EXPECT_FALSE(error) << error.message();
+
+    const uint64_t dropped = orvu_host_log_dropped();
+    EXPECT_NE(orvu_log_is_regestered(), 0);
+    orvu_log_output(1, "too late\n");
+    orvu_host_log_flush();
+    EXPECT_EQ(orvu_host_log_dropped(), dropped + 1);
+    EXPECT_FALSE(std::filesystem::exists(home().path() / "home" / "log"));
+}
+
 }  // namespace
