@@ -16,12 +16,12 @@
 namespace orvu::ejs {
 namespace {
 
-class descriptor {
+class Descriptor {
   public:
-    explicit descriptor(int fd = -1) : fd_(fd) {}
-    descriptor(const descriptor&) = delete;
-    descriptor& operator=(const descriptor&) = delete;
-    ~descriptor() { close(); }
+    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { close(); }
     [[nodiscard]] int get() const { return fd_; }
     [[nodiscard]] bool valid() const { return fd_ >= 0; }
     // The result of close(2): a network file system may report a lost write only here.
@@ -71,16 +71,16 @@ bool write_all(int fd, std::string_view data) {
 }
 
 // A temporary file of a folder: removed again unless it was moved to its final name.
-class temporary_file {
+class TemporaryFile {
   public:
-    temporary_file(int folder, mode_t mode) : folder_(folder), name_(temporary_name()) {
+    TemporaryFile(int folder, mode_t mode) : folder_(folder), name_(temporary_name()) {
         fd_ = ::openat(folder, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                        mode);
         made_ = fd_ >= 0;
     }
-    temporary_file(const temporary_file&) = delete;
-    temporary_file& operator=(const temporary_file&) = delete;
-    ~temporary_file() {
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
         if (fd_ >= 0)
             ::close(fd_);
         if (made_)
@@ -120,7 +120,7 @@ bool read_whole_file(const char* path, size_t limit, content& out, failure& why)
     const std::optional<std::string> native = path_resolve(path);
     if (!native)
         return fail(why, QIV_EJS_MISSING, "no such file");
-    const descriptor file(::open(native->c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const Descriptor file(::open(native->c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!file.valid()) {
         if (errno == ENOENT || errno == ENOTDIR)
             return fail(why, QIV_EJS_MISSING, "no such file");
@@ -175,7 +175,7 @@ bool replace_file(const char* path, std::string_view data, failure& why) {
     if (name.empty() || name == "." || name == "..")
         return fail(why, QIV_EJS_NOT_A_FILE, "no regular file");
 
-    const descriptor folder(::open(folder_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folder(::open(folder_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.valid())
         return fail_errno(why, QIV_EJS_NOT_WRITTEN, "the folder could not be opened");
     struct stat old{};
@@ -183,7 +183,7 @@ bool replace_file(const char* path, std::string_view data, failure& why) {
     if (replaces && !S_ISREG(old.st_mode))
         return fail(why, QIV_EJS_NOT_A_FILE, "no regular file");
 
-    temporary_file file(folder.get(), replaces ? 0600 : 0666);
+    TemporaryFile file(folder.get(), replaces ? 0600 : 0666);
     if (!file.made())
         return fail_errno(why, QIV_EJS_NOT_WRITTEN, "no file could be made beside it");
     if (replaces && !file.take_mode(old))

@@ -13,12 +13,12 @@
 namespace orvu::ejs {
 namespace {
 
-class handle {
+class Handle {
   public:
-    explicit handle(HANDLE value) : value_(value) {}
-    handle(const handle&) = delete;
-    handle& operator=(const handle&) = delete;
-    ~handle() { close(); }
+    explicit Handle(HANDLE value) : value_(value) {}
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    ~Handle() { close(); }
     [[nodiscard]] HANDLE get() const { return value_; }
     [[nodiscard]] bool valid() const { return value_ != INVALID_HANDLE_VALUE; }
     bool close() {
@@ -59,7 +59,7 @@ bool wide_path(const char* path, std::wstring& out) {
 
 // The file that `path` leads to, when it is a link.
 bool follow_link(std::wstring& path, failure& why) {
-    const handle file(CreateFileW(path.c_str(), 0, share_all, nullptr, OPEN_EXISTING,
+    const Handle file(CreateFileW(path.c_str(), 0, share_all, nullptr, OPEN_EXISTING,
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file.valid())
         return fail_last(why, QIV_EJS_NOT_WRITTEN, "the link could not be followed");
@@ -104,7 +104,7 @@ bool read_whole_file(const char* path, size_t limit, content& out, failure& why)
     std::wstring wide;
     if (!wide_path(path, wide))
         return fail(why, QIV_EJS_MISSING, "no such file");
-    const handle file(CreateFileW(wide.c_str(), GENERIC_READ, share_all, nullptr, OPEN_EXISTING,
+    const Handle file(CreateFileW(wide.c_str(), GENERIC_READ, share_all, nullptr, OPEN_EXISTING,
                                   FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!file.valid()) {
         const DWORD error = GetLastError();
@@ -165,7 +165,7 @@ bool replace_file(const char* path, std::string_view data, failure& why) {
     DWORD attributes = replaces ? old & kept_attributes : 0;
     if (attributes == 0)
         attributes = FILE_ATTRIBUTE_NORMAL;
-    handle file(
+    Handle file(
         CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, attributes, nullptr));
     if (!file.valid())
         return fail_last(why, QIV_EJS_NOT_WRITTEN, "no file could be made beside it");

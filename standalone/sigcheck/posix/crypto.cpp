@@ -45,7 +45,7 @@ std::vector<uint8_t> Hasher::finish() {
 }
 
 bool verify_signature(bytes certificate, digest algorithm, bytes message, bytes signature) {
-    const openssl_error_scope scope;
+    const OpensslErrorScope scope;
     const x509_handle parsed = parse_certificate(certificate);
     if (!parsed)
         return false;

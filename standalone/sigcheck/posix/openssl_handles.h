@@ -25,12 +25,12 @@ inline x509_handle parse_certificate(bytes der) {
 
 // OpenSSL queues its errors per thread: what a failed step leaves isn't left to the caller's
 // thread.
-class openssl_error_scope {
+class OpensslErrorScope {
   public:
-    openssl_error_scope() { ERR_set_mark(); }
-    ~openssl_error_scope() { ERR_pop_to_mark(); }
-    openssl_error_scope(const openssl_error_scope&) = delete;
-    openssl_error_scope& operator=(const openssl_error_scope&) = delete;
+    OpensslErrorScope() { ERR_set_mark(); }
+    ~OpensslErrorScope() { ERR_pop_to_mark(); }
+    OpensslErrorScope(const OpensslErrorScope&) = delete;
+    OpensslErrorScope& operator=(const OpensslErrorScope&) = delete;
 };
 
 }  // namespace orvu::sigcheck

@@ -41,7 +41,7 @@ certificate_stack certificates_of(const signed_data& data) {
     for (const bytes der : data.certificates) {
         x509_handle certificate = parse_certificate(der);
         if (stack && certificate && sk_X509_push(stack.get(), certificate.get()) > 0)
-            static_cast<void>(certificate.release());
+            X509_up_ref(certificate.get());  // the stack owns one of its own
     }
     return stack;
 }
@@ -86,7 +86,7 @@ class StoreRoots : public TrustRoots {
     explicit StoreRoots(store_handle store) : store_(std::move(store)) {}
 
     [[nodiscard]] bool vouch_for(const signed_data& data, const signed_subject&) const override {
-        const openssl_error_scope scope;
+        const OpensslErrorScope scope;
         const x509_handle signer = parse_certificate(data.signer);
         const certificate_stack others = certificates_of(data);
         const store_context context(X509_STORE_CTX_new());
@@ -115,7 +115,7 @@ bool has_certificate(X509_STORE* store) {
 }  // namespace
 
 std::shared_ptr<const TrustRoots> TrustRoots::load(const char* pem_path) {
-    const openssl_error_scope scope;
+    const OpensslErrorScope scope;
     store_handle store(X509_STORE_new());
     if (!store)
         return nullptr;
