@@ -20,8 +20,10 @@ namespace orvu::test {
 class ServiceThread {
   public:
     explicit ServiceThread(std::function<void()> set_up) {
+        // The thread owns the promise: its setting may still be going on when the waiter returns.
         std::promise<void> ready;
-        thread_ = std::thread([this, &ready, work = std::move(set_up)] {
+        const std::future<void> is_ready = ready.get_future();
+        thread_ = std::thread([this, ready = std::move(ready), work = std::move(set_up)]() mutable {
             mailbox_ = orvu_host_mailbox();
             work();
             ready.set_value();
@@ -29,7 +31,7 @@ class ServiceThread {
                 orvu_poll_wait(10);
             }
         });
-        ready.get_future().wait();
+        is_ready.wait();
     }
     ServiceThread(const ServiceThread&) = delete;
     ServiceThread& operator=(const ServiceThread&) = delete;
