@@ -129,6 +129,54 @@ TEST(ExecutableFile, too_many_sections_are_refused) {
     EXPECT_NE(status_of(bytes), view_status::ok);
 }
 
+TEST(ExecutableFile, headers_that_the_loader_refuses_have_no_view) {
+    const std::vector<uint8_t> sound = bytes_of("plain.exe");
+    const size_t pe = PeTables(sound).pe();
+    const size_t section = pe + 24 + PeTables(sound).get(pe + 20, 2);
+    const std::vector<std::pair<size_t, uint32_t>> refused = {
+        {pe + 4, 0x014C},          // a 32-bit machine under a 64-bit header
+        {pe + 4, 0x1234},          // no machine
+        {pe + 24, 0x0107},         // no image header
+        {pe + 24 + 56, 0},         // an image of no size
+        {section + 12, 0x1004},    // a section away from its page
+        {section + 12, 0xFFF000},  // a section outside the image
+        {section + 20, 0x100000},  // a section outside the file
+    };
+    for (const auto& [offset, value] : refused) {
+        std::vector<uint8_t> bytes = sound;
+        pe_fixture::put(bytes, offset, value > 0xFFFF || offset >= section ? 4 : 2, value);
+        if (offset == pe + 24 + 56) {
+            pe_fixture::put(bytes, offset, 4, value);
+        }
+        EXPECT_NE(status_of(bytes), view_status::ok) << offset << " " << value;
+    }
+    EXPECT_EQ(status_of(sound), view_status::ok);
+}
+
+TEST(ExecutableFile, a_section_that_may_not_be_read_holds_no_data) {
+    std::vector<uint8_t> bytes = bytes_of("plain.exe");
+    const PeTables tables(bytes);
+    const size_t last = tables.pe() + 24 + tables.get(tables.pe() + 20, 2) +
+                        40 * (tables.get(tables.pe() + 6, 2) - 1);
+    pe_fixture::put(bytes, last + 36, 4, 0x40);
+    const TestFile made;
+    made.write(bytes);
+    const wide_string path = made.path();
+    ExecutableFile file(path.c_str());
+    ASSERT_EQ(file.open_view(), view_status::ok);
+    EXPECT_TRUE(file.at(tables.get(last + 12, 4), 16).empty());
+    EXPECT_EQ(file.version_size(), 0U);
+}
+
+TEST(ExecutableFile, a_resource_directory_without_room_for_its_header_holds_no_version) {
+    std::vector<uint8_t> bytes = bytes_of("plain.exe");
+    pe_fixture::put(bytes, PeTables(bytes).resource_address_field() + 4, 4, 15);
+    const TestFile made;
+    made.write(bytes);
+    const wide_string path = made.path();
+    EXPECT_EQ(ExecutableFile(path.c_str()).version_size(), 0U);
+}
+
 TEST(ExecutableFile, a_version_block_has_room_for_its_resource) {
     const std::vector<uint8_t> bytes = bytes_of("plain.exe");
     const PeTables tables(bytes);
