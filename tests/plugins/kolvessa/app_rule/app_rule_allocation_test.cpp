@@ -55,6 +55,16 @@ bool with_failing_allocation(size_t nth, Work work) {
 void* operator new(size_t size) {
     return allocate(size);
 }
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+    std::free(block);
+}
 void operator delete(void* block) noexcept {
     std::free(block);
 }
