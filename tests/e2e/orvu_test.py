@@ -257,6 +257,56 @@ class Describe(OrvuTest):
             self.assertNotIn("\x1b", self.orvu("describe", self.fixture("plain.exe")).stdout)
 
 
+class Signers(OrvuTest):
+    """Who signed, and whom to trust, are two facts: the policy only decides which names are given."""
+
+    def signed(self, name):
+        path = pathlib.Path(OPTIONS.fixtures).parent / "signed" / name
+        self.assertTrue(path.exists(), path)
+        return path
+
+    def expected(self, name):
+        for line in self.signed("list.txt").read_text(encoding="utf-8").splitlines():
+            file, _, signer = line.split("\t")
+            if file == name:
+                return signer
+        self.fail(f"{name} isn't listed")
+
+    def signer(self, name, trust):
+        result = self.orvu("describe", "--json", "--signer-trust", trust, self.signed(name))
+        self.assertEqual(result.returncode, DONE, result.stderr)
+        return json.loads(result.stdout)["signer"]
+
+    def test_an_intact_signature_gives_the_name_when_no_root_is_asked_for(self):
+        for name in ("cn.exe", "cn32.exe", "ou.exe", "o.exe", "utf8.exe"):
+            self.assertTrue(self.expected(name))
+            self.assertEqual(self.signer(name, "none"), self.expected(name))
+
+    def test_a_broken_signature_gives_no_name(self):
+        for name in ("flipped_code.exe", "flipped_signature.exe", "truncated_signature.exe",
+                     "grafted.exe", "unsigned64.exe"):
+            self.assertIsNone(self.signer(name, "none"), name)
+
+    def test_a_root_file_decides_whose_names_are_given(self):
+        root, other = self.signed("root.pem"), self.signed("other_root.pem")
+        self.assertEqual(self.signer("cn.exe", root), self.expected("cn.exe"))
+        self.assertIsNone(self.signer("cn.exe", other))
+
+    def test_a_file_without_certificates_is_no_policy(self):
+        empty = self.write("empty.pem", "")
+        for trust in (empty, self.folder / "none.pem"):
+            result = self.orvu("describe", "--signer-trust", trust, self.signed("cn.exe"))
+            self.assertEqual(result.returncode, NOTHING)
+            self.assertIn("expected none, system, or a file", result.stderr)
+
+    def test_a_signer_rule_identifies_what_is_signed_and_nothing_broken(self):
+        file = self.write("library.json", library(rule(3, {"signer": self.expected("cn.exe")})))
+        result = self.orvu("identify", "--json", "--signer-trust", "none", "--library", file,
+                           self.signed("cn.exe"), self.signed("flipped_code.exe"))
+        answers = [json.loads(line)["appids"] for line in result.stdout.splitlines()]
+        self.assertEqual(answers, [[3], []], result.stderr)
+
+
 class Usage(OrvuTest):
     def test_every_command_has_help_and_it_names_its_options(self):
         for command, words in (("describe", ["--json", "--home", "FILE"]),
