@@ -14,40 +14,40 @@
 
 ORVU_EXTERN_C_BEGIN
 
-ORVU_API json_t *qiv_json_object(void);
-ORVU_API json_t *qiv_json_array(void);
-ORVU_API json_t *qiv_json_string(const char *value);
-ORVU_API json_t *qiv_json_integer(json_int_t value);
-ORVU_API json_t *qiv_json_real(double value);
-ORVU_API json_t *qiv_json_true(void);
-ORVU_API json_t *qiv_json_false(void);
-ORVU_API json_t *qiv_json_null(void);
-ORVU_API json_t *qiv_json_object_get(const json_t *object, const char *key);
-ORVU_API int qiv_json_object_set_new(json_t *object, const char *key, json_t *value);
-ORVU_API int qiv_json_object_del(json_t *object, const char *key);
-ORVU_API size_t qiv_json_object_size(const json_t *object);
-ORVU_API void *qiv_json_object_iter(json_t *object);
-ORVU_API void *qiv_json_object_iter_next(json_t *object, void *iterator);
-ORVU_API const char *qiv_json_object_iter_key(void *iterator);
-ORVU_API json_t *qiv_json_object_iter_value(void *iterator);
-ORVU_API size_t qiv_json_array_size(const json_t *array);
-ORVU_API json_t *qiv_json_array_get(const json_t *array, size_t index);
-ORVU_API int qiv_json_array_append_new(json_t *array, json_t *value);
-ORVU_API const char *qiv_json_string_value(const json_t *string);
-ORVU_API size_t qiv_json_string_length(const json_t *string);
-ORVU_API json_int_t qiv_json_integer_value(const json_t *integer);
-ORVU_API double qiv_json_number_value(const json_t *number);
-ORVU_API json_t *qiv_json_loads(const char *text, size_t flags, json_error_t *error);
-ORVU_API json_t *qiv_json_loadb(const char *text, size_t length, size_t flags, json_error_t *error);
-ORVU_API char *qiv_json_dumps(const json_t *value, size_t flags);
-ORVU_API json_t *qiv_json_copy(json_t *value);
-ORVU_API json_t *qiv_json_deep_copy(const json_t *value);
-ORVU_API int qiv_json_equal(const json_t *a, const json_t *b);
-ORVU_API void qiv_json_delete(json_t *value);
-ORVU_API void qiv_json_get_alloc_funcs(json_malloc_t *malloc_function, json_free_t *free_function);
+ORVU_API json_t* qiv_json_object(void);
+ORVU_API json_t* qiv_json_array(void);
+ORVU_API json_t* qiv_json_string(const char* value);
+ORVU_API json_t* qiv_json_integer(json_int_t value);
+ORVU_API json_t* qiv_json_real(double value);
+ORVU_API json_t* qiv_json_true(void);
+ORVU_API json_t* qiv_json_false(void);
+ORVU_API json_t* qiv_json_null(void);
+ORVU_API json_t* qiv_json_object_get(const json_t* object, const char* key);
+ORVU_API int qiv_json_object_set_new(json_t* object, const char* key, json_t* value);
+ORVU_API int qiv_json_object_del(json_t* object, const char* key);
+ORVU_API size_t qiv_json_object_size(const json_t* object);
+ORVU_API void* qiv_json_object_iter(json_t* object);
+ORVU_API void* qiv_json_object_iter_next(json_t* object, void* iterator);
+ORVU_API const char* qiv_json_object_iter_key(void* iterator);
+ORVU_API json_t* qiv_json_object_iter_value(void* iterator);
+ORVU_API size_t qiv_json_array_size(const json_t* array);
+ORVU_API json_t* qiv_json_array_get(const json_t* array, size_t index);
+ORVU_API int qiv_json_array_append_new(json_t* array, json_t* value);
+ORVU_API const char* qiv_json_string_value(const json_t* string);
+ORVU_API size_t qiv_json_string_length(const json_t* string);
+ORVU_API json_int_t qiv_json_integer_value(const json_t* integer);
+ORVU_API double qiv_json_number_value(const json_t* number);
+ORVU_API json_t* qiv_json_loads(const char* text, size_t flags, json_error_t* error);
+ORVU_API json_t* qiv_json_loadb(const char* text, size_t length, size_t flags, json_error_t* error);
+ORVU_API char* qiv_json_dumps(const json_t* value, size_t flags);
+ORVU_API json_t* qiv_json_copy(json_t* value);
+ORVU_API json_t* qiv_json_deep_copy(const json_t* value);
+ORVU_API int qiv_json_equal(const json_t* a, const json_t* b);
+ORVU_API void qiv_json_delete(json_t* value);
+ORVU_API void qiv_json_get_alloc_funcs(json_malloc_t* malloc_function, json_free_t* free_function);
 
 /* Releases a text from qiv_json_dumps. Null is allowed. */
-ORVU_API void qiv_jsonp_free(void *text);
+ORVU_API void qiv_jsonp_free(void* text);
 
 ORVU_EXTERN_C_END
 

@@ -27,11 +27,11 @@ enum sigcheck_state {
  * certificate says: anyone can make a certificate that calls itself anything. With the others the
  * chain of the signing certificate, completed by the certificates that the signature carries, must
  * end in a root from the given file or from the system's store, and the certificate must be meant
- * for signing code or for no use in particular. Revocation is not asked, since that needs a network.
- * The chain is judged at the time of an RFC 3161 time stamp when the signature has one that verifies
- * against the same roots, and now otherwise, so that without such a stamp an expired certificate
- * isn't trusted. On Windows the system's own verification decides for `system`, which wants the
- * signature first in its table, and a root file is always judged now. */
+ * for signing code or for no use in particular. Revocation is not asked, since that needs a
+ * network. The chain is judged at the time of an RFC 3161 time stamp when the signature has one
+ * that verifies against the same roots, and now otherwise, so that without such a stamp an expired
+ * certificate isn't trusted. On Windows the system's own verification decides for `system`, which
+ * wants the signature first in its table, and a root file is always judged now. */
 enum sigcheck_trust {
     SIGCHECK_TRUST_NONE = 0, /* the default, except on Windows */
     SIGCHECK_TRUST_FILE = 1,

@@ -8,7 +8,7 @@ namespace orvu::sigcheck {
 namespace {
 
 HANDLE native(intptr_t handle) {
-    return reinterpret_cast<HANDLE>(handle);
+    return reinterpret_cast<HANDLE>(handle);  // NOLINT(performance-no-int-to-ptr)
 }
 
 // File times count in 100 ns.

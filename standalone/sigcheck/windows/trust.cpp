@@ -53,6 +53,7 @@ class SystemRoots : public TrustRoots {
         WINTRUST_FILE_INFO subject{};
         subject.cbStruct = sizeof subject;
         subject.pcwszFilePath = signed_file.path;
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
         subject.hFile = reinterpret_cast<HANDLE>(signed_file.file.handle());
         WINTRUST_DATA request{};
         request.cbStruct = sizeof request;
