@@ -21,7 +21,7 @@ class PluginTest : public fakehost::HostTest {
 
     // What a started plug-in made stays, as threads may still use it; it is only let go of.
     void TearDown() override {
-        static std::deque<CKolvessa*> left;
+        static auto& left = *new std::deque<CKolvessa*>;  // in reach also at the very end
         left.push_back(g_kolvessa.exchange(nullptr));
         g_app_rule_subscriber = 0;
         HostTest::TearDown();
