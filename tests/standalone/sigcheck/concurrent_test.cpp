@@ -16,6 +16,7 @@ namespace {
 
 void on_threads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; i++)
         threads.emplace_back(work, i);
     for (std::thread& thread : threads)

@@ -56,6 +56,7 @@ TEST(FileOfJsonOnLinux, is_no_pipe_socket_or_device_and_none_of_them_blocks) {
 
     const std::string name = folder.path("socket");
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(fd, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, name.c_str(), sizeof address.sun_path - 1);
