@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "standalone/orvu_core/process_end.h"
+#include "standalone/orvu_core/thread_slot.h"
 
 namespace orvu {
 
@@ -23,17 +24,9 @@ Directory& directory() {
     return instance;
 }
 
-struct ThreadSlot {
-    std::shared_ptr<Mailbox> box;
-    ~ThreadSlot();
-};
+}  // namespace
 
-// Trivial, so that it can still be read while the thread's other locals are destroyed.
-thread_local bool t_ended = false;
-thread_local ThreadSlot t_slot;
-
-ThreadSlot::~ThreadSlot() {
-    t_ended = true;
+void thread_slot_ended(const std::shared_ptr<Mailbox>& box) {
     // At the end of the process nobody is left to be told, and a thread that was stopped for it may
     // have left one of the locks below taken.
     if (!box || process_is_ending()) {
@@ -50,8 +43,6 @@ ThreadSlot::~ThreadSlot() {
     }
 }
 
-}  // namespace
-
 steady_time deadline_after(uint32_t milliseconds) {
     if (milliseconds == UINT32_MAX) {
         return steady_time::max();
@@ -60,21 +51,22 @@ steady_time deadline_after(uint32_t milliseconds) {
 }
 
 std::shared_ptr<Mailbox> Mailbox::current() {
-    if (t_ended) {
+    std::shared_ptr<Mailbox>* const slot = thread_slot();
+    if (slot == nullptr) {
         return nullptr;
     }
-    if (!t_slot.box) {
+    if (!*slot) {
         try {
             auto box = std::make_shared<Mailbox>(next_handle());
             Directory& all = directory();
             const std::lock_guard lock(all.mutex);
             all.boxes.emplace(box->id(), box);
-            t_slot.box = std::move(box);
+            *slot = std::move(box);
         } catch (const std::exception&) {
             return nullptr;
         }
     }
-    return t_slot.box;
+    return *slot;
 }
 
 Mailbox::Result Mailbox::post(Task task, Kind kind) {

@@ -1,5 +1,7 @@
 // Threads, polling, sleeping and locks of orvubase.h.
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <thread>
 
@@ -14,8 +16,25 @@ using Lock = std::unique_lock<std::mutex>;
 
 constexpr auto patience = std::chrono::seconds(60);
 
-thread_local std::shared_ptr<Thread> current_thread;
-thread_local std::map<orvu_rwlock*, Held> holds;
+// The locks that a thread holds. Both locals are trivial: on Windows the tool chain frees a
+// thread's memory before the destructors of its locals run.
+struct Holds {
+    struct Entry {
+        orvu_rwlock* word;
+        Held how;
+    };
+    std::array<Entry, 16> entries;
+    size_t count;
+
+    Entry* begin() { return entries.data(); }
+    Entry* end() { return entries.data() + count; }
+    Entry* find(const orvu_rwlock* word) {
+        return std::find_if(begin(), end(), [word](const Entry& e) { return e.word == word; });
+    }
+};
+
+thread_local const std::shared_ptr<Thread>* current_thread = nullptr;
+thread_local Holds holds;
 
 orvu::RwLock* lock_of(orvu_rwlock* word, const char* by) {
     if (word != nullptr && *word != 0) {
@@ -29,7 +48,7 @@ orvu::RwLock* lock_of(orvu_rwlock* word, const char* by) {
 
 // Whether this thread may ask for the lock: holding it already, it could wait for itself.
 void expect_free(orvu_rwlock* word, const char* by) {
-    if (holds.contains(word)) {
+    if (holds.find(word) != holds.end()) {
         const Guard guard(state().mutex);
         state().complain(std::string(by) + " of a lock that the thread holds");
     }
@@ -37,19 +56,26 @@ void expect_free(orvu_rwlock* word, const char* by) {
 
 void hold(orvu_rwlock* word, Held how) {
     const OwnWork own;
-    holds[word] = how;
+    if (holds.count == holds.entries.size()) {
+        const Guard guard(state().mutex);
+        state().complain("more locks held by one thread than the fake host can count");
+        return;
+    }
+    *holds.end() = {word, how};
+    ++holds.count;
     ++state().locks_held;
 }
 
 // Whether the release may go through: only by the thread that holds the lock in this way.
 bool let_go(orvu_rwlock* word, Held how, const char* by) {
-    const auto found = holds.find(word);
-    if (found == holds.end() || found->second != how) {
+    Holds::Entry* const found = holds.find(word);
+    if (found == holds.end() || found->how != how) {
         const Guard guard(state().mutex);
         state().complain(std::string(by) + " of a lock that the thread does not hold so");
         return false;
     }
-    holds.erase(found);
+    *found = *(holds.end() - 1);
+    --holds.count;
     --state().locks_held;
     return true;
 }
@@ -133,7 +159,7 @@ void orvu_poll_wait(int32_t interval) {
         return;
     }
     note_quiet("orvu_poll_wait");
-    const auto thread = fakehost::current_thread;
+    const auto thread = *fakehost::current_thread;
     std::function<void()> work;
     {
         Lock lock(state().mutex);
@@ -177,7 +203,7 @@ int32_t orvu_thread_start(orvu_thread_record* record, void* (*entry)(void*), voi
     }
     if (start) {
         std::thread([thread] {
-            fakehost::current_thread = thread;
+            fakehost::current_thread = &thread;
             thread->entry(thread->argument);
             const Guard guard(state().mutex);
             thread->ended = true;
