@@ -25,6 +25,10 @@ bool wait_until(std::condition_variable& changed, std::unique_lock<std::mutex>& 
         changed.wait(lock, done);
         return true;
     }
+    // A wait that is over before it begins would still cost a tick of some systems' clocks.
+    if (std::chrono::steady_clock::now() >= deadline) {
+        return done();
+    }
     return changed.wait_until(lock, deadline, done);
 }
 
