@@ -18,14 +18,12 @@ constexpr uint32_t SECTOR = 512;  // the loader maps whole sectors, whatever the
 // Sections that may be neither read nor written are mapped without access.
 constexpr uint32_t ACCESSIBLE = 0xC0000000;
 
-// The machine has to be one of the optional header's width.
+// The machine has to be one that 64-bit Windows runs on an x86 processor, of the optional header's
+// width: images for other processors are not mapped there.
 bool is_machine_of(uint32_t magic, uint32_t machine) {
     constexpr uint32_t I386 = 0x14C;
-    constexpr uint32_t ARM_THUMB = 0x1C4;
     constexpr uint32_t AMD64 = 0x8664;
-    constexpr uint32_t ARM64 = 0xAA64;
-    return (magic == 0x10B && (machine == I386 || machine == ARM_THUMB)) ||
-           (magic == 0x20B && (machine == AMD64 || machine == ARM64));
+    return (magic == 0x10B && machine == I386) || (magic == 0x20B && machine == AMD64);
 }
 
 uint64_t round_up(uint64_t value, uint32_t unit) {

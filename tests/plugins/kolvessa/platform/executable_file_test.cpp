@@ -136,6 +136,7 @@ TEST(ExecutableFile, headers_that_the_loader_refuses_have_no_view) {
     const std::vector<std::pair<size_t, uint32_t>> refused = {
         {pe + 4, 0x014C},          // a 32-bit machine under a 64-bit header
         {pe + 4, 0x1234},          // no machine
+        {pe + 4, 0xAA64},          // a machine of another processor
         {pe + 24, 0x0107},         // no image header
         {pe + 24 + 56, 0},         // an image of no size
         {section + 12, 0x1004},    // a section away from its page
