@@ -36,7 +36,11 @@ class ExecutableFile {
     // image or the file. Needs an open view. Valid until the next call of any member.
     std::span<const uint8_t> at(uint32_t address, uint32_t length);
 
-    // How large a block the version resource needs; 0 when the file has none or can't be read.
+    // Whether those bytes, at least one, lie inside the image and the file; none of them is read.
+    bool holds(uint32_t address, uint32_t length) const;
+
+    // How large a block the version resource needs; 0 when the file has none or can't be read. A
+    // block states its length in 16 bits, so a larger resource needs no more.
     uint32_t version_size();
 
     // Fills a zeroed block of version_size() bytes; false when the resource can't be read.

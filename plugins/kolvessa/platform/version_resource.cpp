@@ -191,7 +191,7 @@ bool version_resources_inside(ExecutableFile& file) {
             return false;
         }
         const resource_data data = tree.data(found->offset);
-        if (data.size == 0 || file.at(data.address, data.size).empty()) {
+        if (!file.holds(data.address, data.size)) {
             return false;
         }
     }

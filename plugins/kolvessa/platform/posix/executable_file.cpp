@@ -93,13 +93,26 @@ std::span<const uint8_t> ExecutableFile::at(uint32_t address, uint32_t length) {
     return state_->joined;
 }
 
+bool ExecutableFile::holds(uint32_t address, uint32_t length) const {
+    uint64_t at = address;
+    const uint64_t end = at + length;
+    while (at < end) {
+        const PeLayout::segment* run =
+            at > UINT32_MAX ? nullptr : state_->layout.find(static_cast<uint32_t>(at));
+        if (run == nullptr) {
+            return false;
+        }
+        at = uint64_t{run->address} + run->size;
+    }
+    return length != 0;
+}
+
 uint32_t ExecutableFile::version_size() {
     if (open_view() != view_status::ok || !version_resources_inside(*this)) {
         return 0;
     }
     state_->version = find_version_resource(*this);
-    // A block states its length in 16 bits, so what lies behind that is never looked at. The block
-    // has room for twice the text, as the one of the Windows call has.
+    // The block has room for twice the text, as the one of the Windows call has.
     state_->version.size = std::min(state_->version.size, MAX_VERSION_SIZE);
     return state_->version.size == 0 ? 0 : state_->version.size * 2 + 4;
 }

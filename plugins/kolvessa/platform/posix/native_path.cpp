@@ -154,7 +154,7 @@ std::string native_path(const orvu_wchar* framework) {
     }
     for (size_t i = 0; framework[i] != 0; ++i) {
         uint32_t character = framework[i];
-        if (i == PATH_LIMIT || (character >= 0xDC00 && character < 0xE000)) {
+        if (i >= PATH_LIMIT || (character >= 0xDC00 && character < 0xE000)) {
             return {};
         }
         if (character >= 0xD800 && character < 0xDC00) {

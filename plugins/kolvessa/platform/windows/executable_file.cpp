@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -34,6 +35,9 @@ class Handle {
 struct unmap_view {
     void operator()(const uint8_t* view) const { UnmapViewOfFile(view); }
 };
+
+// The longest block and as much again, which is what the call asks for a block of that length.
+constexpr uint32_t MAX_BLOCK_SIZE = 2 * 0x10000 + 4;
 
 // A readable stretch of the view, by its distance from the start.
 struct stretch {
@@ -120,12 +124,21 @@ std::span<const uint8_t> ExecutableFile::at(uint32_t address, uint32_t length) {
     return {};
 }
 
+bool ExecutableFile::holds(uint32_t address, uint32_t length) const {
+    for (const stretch& part : state_->readable) {
+        if (address >= part.begin && uint64_t{address} + length <= part.end) {
+            return length != 0;
+        }
+    }
+    return false;
+}
+
 uint32_t ExecutableFile::version_size() {
     if (open_view() != view_status::ok || !version_resources_inside(*this)) {
         return 0;
     }
     DWORD handle = 0;
-    return GetFileVersionInfoSizeW(state_->path, &handle);
+    return std::min<uint32_t>(GetFileVersionInfoSizeW(state_->path, &handle), MAX_BLOCK_SIZE);
 }
 
 bool ExecutableFile::version_read(std::span<uint8_t> block) {

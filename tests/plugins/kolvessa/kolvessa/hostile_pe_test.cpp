@@ -130,5 +130,49 @@ TEST_F(HostilePe, a_tree_of_a_hundred_thousand_entries_is_given_up_in_time) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
+TEST_F(HostilePe, version_data_of_many_megabytes_in_a_thousand_languages_is_not_read_whole) {
+    // A thousand languages share one resource that begins with a block and fills a large section.
+    const std::vector<uint8_t> sound = bytes_of("plain.exe");
+    const PeTables plain(sound);
+    std::vector<uint8_t> bytes = bytes_of("icon_same.exe");
+    const PeTables tables(bytes);
+    const size_t section = tables.pe() + 24 + tables.get(tables.pe() + 20, 2) +
+                           40 * (tables.get(tables.pe() + 6, 2) - 1);
+    constexpr uint32_t SIZE = 64U << 20;
+    constexpr uint32_t LANGUAGES = 1000;
+    constexpr uint32_t DATA_ENTRY = 0x2FF0;
+    constexpr uint32_t DATA = 0x3000;
+    const size_t raw = tables.get(section + 20, 4);
+    const uint32_t address = tables.get(section + 12, 4);
+    bytes.resize(raw);
+    bytes.resize(raw + DATA);
+    put(bytes, section + 8, 4, SIZE);
+    put(bytes, section + 16, 4, SIZE);
+    put(bytes, tables.pe() + 24 + 56, 4, address + SIZE);
+    put(bytes, tables.resource_address_field(), 4, address);
+    put(bytes, raw + 14, 2, 1);
+    put(bytes, raw + 16, 4, 16);
+    put(bytes, raw + 20, 4, 0x80000020);
+    put(bytes, raw + 0x20 + 14, 2, 1);
+    put(bytes, raw + 0x20 + 16, 4, 1);
+    put(bytes, raw + 0x20 + 20, 4, 0x80000040);
+    put(bytes, raw + 0x40 + 14, 2, LANGUAGES);
+    for (uint32_t i = 0; i < LANGUAGES; ++i) {
+        put(bytes, raw + 0x50 + 8 * i, 4, 0x400 + i);
+        put(bytes, raw + 0x54 + 8 * i, 4, DATA_ENTRY);
+    }
+    put(bytes, raw + DATA_ENTRY, 4, address + DATA);
+    put(bytes, raw + DATA_ENTRY + 4, 4, SIZE - DATA);
+    const auto block = sound.begin() + static_cast<std::ptrdiff_t>(plain.data(16));
+    bytes.insert(bytes.end(), block, block + plain.get(plain.data(16), 2));
+    made_.write(bytes);
+    std::filesystem::resize_file(made_.native(), raw + SIZE);
+    AppInfo info;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(read_app_info(path_.c_str(), false, info));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+    EXPECT_EQ(fakehost::narrow(wide_string(until_nul(info.productname))), "Fixture Product");
+}
+
 }  // namespace
 }  // namespace kolvessa

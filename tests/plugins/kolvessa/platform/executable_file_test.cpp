@@ -95,6 +95,27 @@ TEST(ExecutableFile, nothing_lies_outside_the_image) {
     EXPECT_TRUE(file.at(tables.get(tables.resource_address_field(), 4), UINT32_MAX).empty());
 }
 
+TEST(ExecutableFile, what_it_holds_is_what_it_gives) {
+    for (const char* name : {"plain.exe", "plain32.exe", "flat.exe"}) {
+        const std::vector<uint8_t> bytes = bytes_of(name);
+        const PeTables tables(bytes);
+        const uint32_t root = tables.get(tables.resource_address_field(), 4);
+        const uint32_t image_size = tables.get(tables.pe() + 24 + 56, 4);
+        const wide_string path = path_of(name);
+        ExecutableFile file(path.c_str());
+        ASSERT_EQ(file.open_view(), view_status::ok);
+        EXPECT_TRUE(file.holds(root, 16)) << name;
+        for (const uint32_t address : {0U, 60U, root, root + 200, image_size - 4, image_size,
+                                       0x7FFFFFFFU, UINT32_MAX - 3, UINT32_MAX}) {
+            for (const uint32_t length : {0U, 1U, 4U, 5U, 4096U, 4097U, UINT32_MAX}) {
+                EXPECT_EQ(file.holds(address, length),
+                          length != 0 && !file.at(address, length).empty())
+                    << name << " " << address << " " << length;
+            }
+        }
+    }
+}
+
 TEST(ExecutableFile, a_section_ends_in_zeros_up_to_its_page) {
     const std::vector<uint8_t> bytes = bytes_of("plain.exe");
     const PeTables tables(bytes);
@@ -190,6 +211,29 @@ TEST(ExecutableFile, a_version_block_has_room_for_its_resource) {
     ASSERT_TRUE(file.version_read(block));
     EXPECT_TRUE(std::equal(block.begin(), block.begin() + length,
                            bytes.begin() + static_cast<std::ptrdiff_t>(tables.data(16))));
+}
+
+TEST(ExecutableFile, a_version_block_has_a_bound_whatever_its_resource_says) {
+    std::vector<uint8_t> bytes = bytes_of("plain.exe");
+    const PeTables tables(bytes);
+    const size_t section = tables.pe() + 24 + tables.get(tables.pe() + 20, 2) +
+                           40 * (tables.get(tables.pe() + 6, 2) - 1);
+    constexpr uint32_t SIZE = 1U << 20;
+    const uint32_t address = tables.get(section + 12, 4);
+    const uint32_t inside = tables.get(tables.data_entry(16), 4) - address;
+    pe_fixture::put(bytes, tables.data_entry(16) + 4, 4, SIZE - inside);
+    pe_fixture::put(bytes, tables.pe() + 24 + 56, 4, address + SIZE);
+    pe_fixture::put(bytes, section + 8, 4, SIZE);
+    pe_fixture::put(bytes, section + 16, 4, SIZE);
+    bytes.resize(tables.get(section + 20, 4) + SIZE);
+    const TestFile made;
+    made.write(bytes);
+    const wide_string path = made.path();
+    ExecutableFile file(path.c_str());
+    const uint32_t size = file.version_size();
+    EXPECT_EQ(size, 2U * 0x10000 + 4);
+    std::vector<uint8_t> block(size);
+    EXPECT_TRUE(file.version_read(block));
 }
 
 TEST(ExecutableFile, no_version_resource_is_size_0) {

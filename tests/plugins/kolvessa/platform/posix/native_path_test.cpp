@@ -43,6 +43,11 @@ TEST(NativePath, text_that_is_not_utf16_is_not_found) {
 TEST(NativePath, a_path_beyond_the_systems_limit_is_not_found) {
     EXPECT_EQ(native_path(std::u16string(40000, u'a').c_str()), "");
     EXPECT_EQ(native_path(std::u16string(32767, u'a').c_str()).size(), 32767U);
+    // A pair that lies across the limit does not step over it.
+    EXPECT_EQ(
+        native_path(
+            (std::u16string(32766, u'a') + u"\xD83D\xDE00" + std::u16string(10, u'a')).c_str()),
+        "");
 }
 
 TEST(FindWithoutCase, every_component_is_found_in_another_case) {
