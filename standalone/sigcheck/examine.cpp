@@ -27,17 +27,18 @@ bool hash_range(const ReadableFile& file, uint64_t begin, uint64_t end, uint8_t*
     return true;
 }
 
-// The file without its checksum, the directory entry of its signature and the certificate table.
-std::vector<uint8_t> file_digest(const ReadableFile& file, uint64_t size, const pe_layout& layout,
-                                 digest algorithm) {
+// Hashes the file without its checksum, the directory entry of its signature and the certificate
+// table, and compares.
+int32_t compare_digest(const ReadableFile& file, uint64_t size, const pe_layout& layout,
+                       const stated_file_digest& stated) {
     const std::unique_ptr<uint8_t[]> buffer(new uint8_t[buffer_size]);
-    Hasher hasher(algorithm);
-    if (hash_range(file, 0, layout.checksum, buffer.get(), hasher) &&
-        hash_range(file, layout.checksum + 4, layout.security_entry, buffer.get(), hasher) &&
-        hash_range(file, layout.security_entry + 8, layout.table, buffer.get(), hasher) &&
-        hash_range(file, layout.table_end, size, buffer.get(), hasher))
-        return hasher.finish();
-    return {};
+    Hasher hasher(stated.algorithm);
+    if (!hash_range(file, 0, layout.checksum, buffer.get(), hasher) ||
+        !hash_range(file, layout.checksum + 4, layout.security_entry, buffer.get(), hasher) ||
+        !hash_range(file, layout.security_entry + 8, layout.table, buffer.get(), hasher) ||
+        !hash_range(file, layout.table_end, size, buffer.get(), hasher))
+        return SIGCHECK_NOT_OPENED;
+    return same(hasher.finish(), stated.value) ? SIGCHECK_OK : SIGCHECK_BROKEN;
 }
 
 }  // namespace
@@ -57,9 +58,10 @@ verdict examine(const ReadableFile& file, uint64_t size, const TrustRoots* roots
     stated_file_digest stated;
     if (!read_signed_data(encoding, data) || !read_file_digest(data, stated))
         return {.state = SIGCHECK_MALFORMED};
-    if (!signature_holds(data) ||
-        !same(file_digest(file, size, layout, stated.algorithm), stated.value))
+    if (!signature_holds(data))
         return {.state = SIGCHECK_BROKEN};
+    if (const int32_t state = compare_digest(file, size, layout, stated); state != SIGCHECK_OK)
+        return {.state = state};
 
     verdict found{.state = SIGCHECK_OK, .intact = true, .name = subject_name(data.signer_subject)};
     if (roots != nullptr)

@@ -14,6 +14,10 @@ constexpr uint64_t section_header_size = 40;
 constexpr uint32_t security_directory = 4;
 constexpr uint64_t certificate_header_size = 8;
 constexpr uint16_t type_pkcs_signed_data = 2;
+constexpr int entry_limit = 256;
+
+// No system loads a larger one, and hashing takes as long as the file is large.
+constexpr uint64_t file_limit = uint64_t{4} << 30;
 
 uint16_t u16(const uint8_t* at) {
     return static_cast<uint16_t>(at[0] | at[1] << 8);
@@ -38,10 +42,10 @@ bool meets_a_section(const std::vector<uint8_t>& sections, const pe_layout& layo
 // table's start and states its own length.
 int32_t find_signature(const ReadableFile& file, pe_layout& layout) {
     uint64_t at = layout.table;
-    while (layout.table_end - at > certificate_header_size) {
+    for (int i = 0; i < entry_limit && layout.table_end - at > certificate_header_size; i++) {
         uint8_t header[certificate_header_size];
         if (!file.read(at, header, sizeof header))
-            return SIGCHECK_NOT_SIGNED;
+            return SIGCHECK_NOT_OPENED;
         const uint64_t length = u32(header);
         if (length <= certificate_header_size || length > layout.table_end - at)
             return SIGCHECK_NOT_SIGNED;
@@ -62,12 +66,19 @@ int32_t find_signature(const ReadableFile& file, pe_layout& layout) {
 
 int32_t read_pe_layout(const ReadableFile& file, uint64_t size, pe_layout& out) {
     uint8_t dos[64];
-    if (size < sizeof dos || !file.read(0, dos, sizeof dos) || dos[0] != 'M' || dos[1] != 'Z')
+    if (size < sizeof dos || size > file_limit)
+        return SIGCHECK_NOT_PE;
+    if (!file.read(0, dos, sizeof dos))
+        return SIGCHECK_NOT_OPENED;
+    if (dos[0] != 'M' || dos[1] != 'Z')
         return SIGCHECK_NOT_PE;
     const uint64_t header = u32(dos + 60);
     uint8_t fixed[file_header_size + 2];
-    if (header > size || size - header < sizeof fixed || !file.read(header, fixed, sizeof fixed) ||
-        u32(fixed) != 0x00004550)
+    if (header > size || size - header < sizeof fixed)
+        return SIGCHECK_NOT_PE;
+    if (!file.read(header, fixed, sizeof fixed))
+        return SIGCHECK_NOT_OPENED;
+    if (u32(fixed) != 0x00004550)
         return SIGCHECK_NOT_PE;
     const uint64_t section_count = u16(fixed + 6);
     const uint64_t optional_size = u16(fixed + 20);
@@ -84,7 +95,7 @@ int32_t read_pe_layout(const ReadableFile& file, uint64_t size, pe_layout& out) 
 
     std::vector<uint8_t> optional(optional_size);
     if (!file.read(optional_at, optional.data(), optional.size()))
-        return SIGCHECK_NOT_PE;
+        return SIGCHECK_NOT_OPENED;
     const uint32_t directory_count = u32(&optional[directories - 4]);
     const uint64_t entry = directories + uint64_t{security_directory} * 8;
     if (directory_count <= security_directory || entry + 8 > optional_size)
@@ -103,7 +114,7 @@ int32_t read_pe_layout(const ReadableFile& file, uint64_t size, pe_layout& out) 
 
     std::vector<uint8_t> sections(section_count * section_header_size);
     if (!file.read(sections_at, sections.data(), sections.size()))
-        return SIGCHECK_NOT_PE;
+        return SIGCHECK_NOT_OPENED;
     if (meets_a_section(sections, out))
         return SIGCHECK_NOT_SIGNED;
     return find_signature(file, out);

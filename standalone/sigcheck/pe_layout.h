@@ -21,9 +21,9 @@ struct pe_layout {
 };
 
 // Reads the layout of a file of `size` bytes. Gives a sigcheck_state: SIGCHECK_OK,
-// SIGCHECK_NOT_PE, or SIGCHECK_NOT_SIGNED when there is no certificate table, when the table
-// reaches out of the file or into the headers or a section, or when no entry of it is a PKCS#7
-// signature.
+// SIGCHECK_NOT_PE, also for a file beyond 4 GiB, SIGCHECK_NOT_OPENED when the file can't be read,
+// or SIGCHECK_NOT_SIGNED when there is no certificate table, when the table reaches out of the file
+// or into the headers or a section, or when none of its first 256 entries is a PKCS#7 signature.
 int32_t read_pe_layout(const ReadableFile& file, uint64_t size, pe_layout& out);
 
 }  // namespace orvu::sigcheck

@@ -85,16 +85,15 @@ class SignerCheck {
         if (!fresh)
             return SIGCHECK_NOT_OPENED;
         const std::lock_guard lock(mutex_);
-        fresh->cache.set_limit(limit_);
-        policy_ = std::move(fresh);
+        set(std::move(fresh));
         return SIGCHECK_OK;
     }
 
     void set_limit(size_t entries) {
-        const std::shared_ptr<policy> current = this->current();
         const std::lock_guard lock(mutex_);
         limit_ = entries;
-        current->cache.set_limit(entries);
+        if (policy_)
+            policy_->cache.set_limit(entries);
     }
 
     sigcheck_counters counters() { return this->current()->cache.counters(); }
@@ -110,10 +109,17 @@ class SignerCheck {
         return std::make_shared<policy>(std::move(roots), default_limit);
     }
 
+    // The lock is held.
+    void set(std::shared_ptr<policy> fresh) {
+        if (fresh)
+            fresh->cache.set_limit(limit_);
+        policy_ = std::move(fresh);
+    }
+
     std::shared_ptr<policy> current() {
         const std::lock_guard lock(mutex_);
         if (!policy_)
-            policy_ = make(default_trust, nullptr);
+            set(make(default_trust, nullptr));
         if (!policy_)
             throw std::bad_alloc();
         return policy_;

@@ -12,7 +12,7 @@ ORVU_EXTERN_C_BEGIN
 enum sigcheck_state {
     SIGCHECK_OK = 0,
     SIGCHECK_NOT_OPENED = 1,  /* missing, no regular file, or can't be read */
-    SIGCHECK_NOT_PE = 2,      /* no PE file, or its headers contradict the file's size */
+    SIGCHECK_NOT_PE = 2,      /* no PE file, beyond 4 GiB, or contradicted by the file's size */
     SIGCHECK_NOT_SIGNED = 3,  /* no certificate table, or none with a signature in it */
     SIGCHECK_MALFORMED = 4,   /* the signature can't be read, or uses an algorithm out of use */
     SIGCHECK_BROKEN = 5,      /* the digests differ, or the signature doesn't verify */

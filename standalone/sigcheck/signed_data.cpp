@@ -96,16 +96,19 @@ bool read_signer(bytes info, signed_data& out) {
     der_value serial;
     if (!parts.next(DER_SEQUENCE, issuer) || !parts.next(DER_INTEGER, serial))
         return false;
+    // Two different certificates of one issuer and number may hold the same key: then who is named
+    // would depend on who looks, and a policy could trust one where the name comes from the other.
     for (const bytes certificate : out.certificates) {
         certificate_names names;
-        if (read_certificate(certificate, names) && same(names.serial, serial.content) &&
-            same(names.issuer, issuer.whole)) {
-            out.signer = certificate;
-            out.signer_subject = names.subject;
-            return true;
-        }
+        if (!read_certificate(certificate, names) || !same(names.serial, serial.content) ||
+            !same(names.issuer, issuer.whole))
+            continue;
+        if (!out.signer.empty() && !same(out.signer, certificate))
+            return false;
+        out.signer = certificate;
+        out.signer_subject = names.subject;
     }
-    return false;
+    return !out.signer.empty();
 }
 
 }  // namespace

@@ -28,8 +28,8 @@ struct signed_data {
 };
 
 // Reads the first DER element of `encoding`; what follows it (padding) is ignored. False when it
-// isn't such a signature, its signer's certificate isn't among the certificates, or its digest
-// algorithm is out of use.
+// isn't such a signature, its signer's certificate isn't among the certificates or is not the only
+// one of its issuer and number, or its digest algorithm is out of use.
 bool read_signed_data(bytes encoding, signed_data& out);
 
 // The content hashes to the signed digest, is of the signed type, and the signature over the signed

@@ -110,6 +110,19 @@ TEST(ManyThreads, may_ask_while_the_policy_and_the_bound_change) {
     sigcheck_set_cache_limit(4096);
 }
 
+TEST(ManyThreads, a_bound_that_is_set_while_the_policy_changes_holds_afterwards) {
+    for (size_t round = 0; round < 200; round++) {
+        std::thread changer([] { EXPECT_EQ(sigcheck_set_trust(SIGCHECK_TRUST_NONE, nullptr), 0); });
+        sigcheck_set_cache_limit(round % 2);
+        changer.join();
+        EXPECT_EQ(query(fixture("cn.exe")).state, SIGCHECK_OK);
+        sigcheck_counters counters;
+        sigcheck_get_counters(&counters);
+        ASSERT_EQ(counters.entries, round % 2) << round;
+    }
+    sigcheck_set_cache_limit(4096);
+}
+
 TEST(ManyThreads, see_old_or_new_of_a_file_that_is_replaced_meanwhile) {
     ASSERT_EQ(sigcheck_set_trust(SIGCHECK_TRUST_NONE, nullptr), 0);
     const OwnFolder folder;

@@ -227,6 +227,43 @@ TEST_P(HostileFile, a_deep_nesting_in_the_signature_is_only_malformed) {
     EXPECT_EQ(look(data).state, SIGCHECK_MALFORMED);
 }
 
+TEST_P(HostileFile, a_table_of_very_many_entries_is_given_up) {
+    const size_t header = load(good_, 60, 4) + 24;
+    const size_t entry = header + (load(good_, header, 2) == 0x20B ? 144 : 128);
+    const size_t table = load(good_, entry, 4);
+    for (const size_t before : {size_t{255}, size_t{256}, size_t{1} << 20}) {
+        // Small entries of another kind in front of the signature.
+        std::vector<uint8_t> data = good_;
+        data.insert(data.begin() + static_cast<std::ptrdiff_t>(table), before * 16, uint8_t{0});
+        for (size_t i = 0; i < before; i++) {
+            store(data, table + i * 16, 4, 16);
+            store(data, table + i * 16 + 4, 4, 0x00010200);
+        }
+        store(data, entry + 4, 4, data.size() - table);
+        EXPECT_EQ(look(data).state, before == 255 ? SIGCHECK_OK : SIGCHECK_NOT_SIGNED) << before;
+    }
+}
+
+TEST(HugeFile, beyond_4_gib_is_not_read_at_all) {
+    class : public ReadableFile {
+        bool read(uint64_t, void*, size_t) const override {
+            ADD_FAILURE() << "read";
+            return false;
+        }
+    } const file;
+    EXPECT_EQ(examine(file, (uint64_t{4} << 30) + 1, nullptr, nullptr).state, SIGCHECK_NOT_PE);
+}
+
+TEST_P(HostileFile, one_that_ends_while_it_is_read_counts_as_one_that_cannot_be_read) {
+    for (size_t size = 0; size < good_.size(); size += 7) {
+        const std::vector<uint8_t> data(good_.begin(),
+                                        good_.begin() + static_cast<std::ptrdiff_t>(size));
+        EXPECT_EQ(examine(MemoryFile(data), good_.size(), nullptr, nullptr).state,
+                  SIGCHECK_NOT_OPENED)
+            << size;
+    }
+}
+
 TEST_P(HostileFile, the_call_itself_survives_it_too) {
     ASSERT_EQ(sigcheck_set_trust(SIGCHECK_TRUST_FILE, fixture("root.pem").c_str()), 0);
     const OwnFolder folder;

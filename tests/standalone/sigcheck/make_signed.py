@@ -87,6 +87,43 @@ def flipped(data, at):
     return data[:at] + bytes([data[at] ^ 1]) + data[at + 1:]
 
 
+def elements(content):
+    """The DER elements of a content, whole."""
+    found = []
+    while content:
+        size = content[1]
+        head = 2
+        if size >= 0x80:
+            head += size - 0x80
+            size = int.from_bytes(content[2:head], "big")
+        found.append(content[:head + size])
+        content = content[head + size:]
+    return found
+
+
+def inside(element):
+    """The elements in an element."""
+    return elements(element[2 + (element[1] - 0x80 if element[1] >= 0x80 else 0):])
+
+
+def enclose(tag, parts):
+    content = b"".join(parts)
+    size = len(content)
+    if size < 0x80:
+        return bytes([tag, size]) + content
+    digits = size.to_bytes((size.bit_length() + 7) // 8, "big")
+    return bytes([tag, 0x80 + len(digits)]) + digits + content
+
+
+def with_certificates(blob, change):
+    """A signature whose list of certificates, which nothing protects, is another."""
+    kind, wrapped = inside(elements(blob)[0])
+    version, algorithms, content, certificates, *rest = inside(inside(wrapped)[0])
+    certificates = enclose(0xA0, change(inside(certificates)))
+    body = enclose(0x30, [version, algorithms, content, certificates, *rest])
+    return enclose(0x30, [kind, enclose(0xA0, [body])])
+
+
 class Maker:
     def __init__(self, folder):
         self.folder = folder
@@ -215,6 +252,24 @@ def make_rearranged(m):
     m.add("padded_entry.exe", "ok", "Example Signer Ltd", first.with_table(entry(first.blob() + bytes(64))))
 
 
+def make_ambiguous(m):
+    """The signer's certificate beside another of the same issuer, number and key, with another name."""
+    good = Signed(read(os.path.join(m.folder, "cn.exe")))
+
+    def signer(certificates):
+        return next(c for c in certificates if b"Example Signer Ltd" in c)
+
+    def namesake(certificates):
+        return signer(certificates).replace(b"Example Signer Ltd", b"Another Signer Inc")
+
+    def add(name, state, subject, change):
+        m.add(name, state, subject, good.with_table(entry(with_certificates(good.blob(), change))))
+
+    add("signer_again.exe", "ok", "Example Signer Ltd", lambda all: [*all, signer(all)])
+    add("namesake_first.exe", "malformed", "", lambda all: [namesake(all), *all])
+    add("namesake_last.exe", "malformed", "", lambda all: [*all, namesake(all)])
+
+
 def make_broken(m):
     data = read(os.path.join(m.folder, "cn.exe"))
     good = Signed(data)
@@ -247,6 +302,7 @@ def main():
     make_certificates(m)
     make_intact(m)
     make_rearranged(m)
+    make_ambiguous(m)
     make_broken(m)
     for root in ("root", "other_root", "alone"):
         shutil.copy(m.path(root + ".pem"), os.path.join(folder, root + ".pem"))
