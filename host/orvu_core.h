@@ -43,9 +43,9 @@ ORVU_API int32_t orvu_res_locate(const char* path, int32_t flag, orvu_res_handle
  * the host with an object that holds the reason, and the handler doesn't hear of it; a request
  * without parameters is checked as JSON null. The schema is read during the call. "required" may be
  * a list of names, as in draft 7, or a boolean in each property, as in draft 3; not both in one
- * schema. Not supported, and refused: "pattern", "patternProperties", "format", "id", "$id",
- * "$ref", more than 32 levels, more than 256 KiB. Non-zero: as above, or the text is no such
- * schema. */
+ * schema. Not supported, and refused: "pattern", "patternProperties", "format", "uniqueItems",
+ * "multipleOf", "divisibleBy", "id", "$id", "$ref", more than 32 levels, more than 256 KiB.
+ * Non-zero: as above, or the text is no such schema. */
 ORVU_API int32_t orvu_res_locate_ex(const char* path, int32_t check, int32_t flag,
                                     orvu_res_handler handler, const char* schema);
 
@@ -108,7 +108,7 @@ ORVU_API int32_t orvu_subscribee_install(const char* name, int32_t a, int32_t b,
                                          orvu_subscription_cb callback, void (*second)(void));
 
 /* Sends a copy of a value to one subscriber, where it arrives as moment 1. The caller keeps its
- * reference. a, b: pass 0. Non-zero: the subscriber is gone, or its mailbox full. */
+ * reference. a, b: pass 0. Non-zero: a null value, the subscriber is gone, or its mailbox full. */
 ORVU_API int32_t orvu_subscribee_pushback(orvu_subscriber_ref ref, json_t* object, int32_t a,
                                           int32_t b);
 
@@ -216,12 +216,14 @@ ORVU_API int32_t orvu_basedrv_register_event_notify(int32_t cls, int32_t sub,
 ORVU_API int32_t orvu_basedrv_unregister_event_notify(int32_t cls, int32_t sub,
                                                       orvu_event_handler handler, uint16_t mask);
 
-/* The record of a message, packed and without alignment:
+/* The record of a message, packed and without alignment, by offset:
  *
- *    0  32-bit flags: 4 report only, the process isn't to be identified; 8 the process has an
- * appid, written by the handler 4  64-bit parent process identifier 12  64-bit process identifier
- *   20  8 bytes without meaning
- *   28  the executable's path, wide, NUL-terminated
+ *    0   32-bit flags: 4 report only, the process isn't to be identified;
+ *        8 the process has an appid, written by the handler
+ *    4   64-bit parent process identifier
+ *   12   64-bit process identifier
+ *   20   8 bytes without meaning
+ *   28   the executable's path, wide, NUL-terminated
  *
  * The handler may write the flags in place; the raiser reads them after the completion. Valid until
  * the message is completed. When the raiser stopped waiting, the record stays all the same until it
@@ -257,7 +259,8 @@ ORVU_API int32_t orvu_funcdrv_get_app_path(void* buffer, uint32_t* count);
  * may take the appid over. tag: whose rule it was, kept with the relation; null for none. A
  * relation that is there takes the new flag and tag. A path of 260 characters or more isn't kept,
  * since no entry of get_app_path holds it: its pid is, and with pid 0 the call is refused.
- * Non-zero: refused so, a tag above 1,024 bytes, or a table is full (1,048,576 entries each). */
+ * Non-zero: refused so, a tag above 1,024 bytes, a table is full (1,048,576 entries each), or more
+ * than 4,096 different tags. */
 ORVU_API int32_t orvu_funcdrv_add_appid_pid_relation(uint64_t pid, uint32_t appid, uint8_t inherit,
                                                      const orvu_wchar* path, const char* tag);
 

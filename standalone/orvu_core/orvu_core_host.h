@@ -141,7 +141,8 @@ ORVU_API int32_t orvu_host_pushforward(uint64_t subscription, json_t* object);
 
 /* Ends a subscription: the subscribee hears moment 2, or moment 3 from the second form. Called on
  * the subscription's own thread, no callback of it runs any more; from another thread, one may
- * still be running on return. ORVU_HOST_OK or ORVU_HOST_NOT_FOUND. When the thread of a
+ * still be running on return. ORVU_HOST_OK, ORVU_HOST_NOT_FOUND, or ORVU_HOST_QUEUE_FULL when the
+ * subscribee can't be told now: the subscription then stands as before. When the thread of a
  * subscription ends, that counts as a lost connection. */
 ORVU_API int32_t orvu_host_unsubscribe(uint64_t subscription);
 ORVU_API int32_t orvu_host_connection_lost(uint64_t subscription);
@@ -159,8 +160,8 @@ ORVU_API uint64_t orvu_host_condition_attach(const char* executor, json_t* param
                                              orvu_host_condition_cb callback, void* context);
 
 /* Detaches it: the executor hears operation 1, and what it reports from then on is dropped. The
- * same rules for running callbacks as at orvu_host_unsubscribe. ORVU_HOST_OK or
- * ORVU_HOST_NOT_FOUND. */
+ * same rules for running callbacks and results as at orvu_host_unsubscribe. When the thread of a
+ * condition with a callback ends, the condition is detached; one without stands on. */
 ORVU_API int32_t orvu_host_condition_detach(uint64_t condition);
 
 /* Waits until the executor has reported on the condition at least once, and gives the state

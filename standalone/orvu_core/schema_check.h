@@ -15,7 +15,8 @@ namespace orvu {
  * "properties" makes it a draft 7 schema, a boolean inside a property's own schema a draft 3 one. A
  * text with both is refused, since no draft reads it. Keywords that a draft doesn't know are
  * ignored. Refused as well, because their cost can't be bounded: "pattern", "patternProperties",
- * "format", references, more than kMaxLevels levels and texts above kMaxText bytes. */
+ * "format", "uniqueItems", references, more than kMaxLevels levels and texts above kMaxText bytes;
+ * and "multipleOf" and "divisibleBy", whose division isn't defined for every divisor and value. */
 class SchemaCheck {
   public:
     static constexpr size_t kMaxText = 256 * 1024;

@@ -1,5 +1,7 @@
 #include "standalone/orvu_core/schema_shape.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 namespace orvu {
@@ -17,9 +19,13 @@ bool holds_data(std::string_view key) {
     return key == "const" || key == "enum" || key == "default" || key == "examples";
 }
 
+// Patterns, formats and references cost what their author likes, comparing each item with each
+// other costs what the requester likes, and the division goes wrong for some divisors and values.
 bool is_refused(std::string_view key) {
-    return key == "pattern" || key == "patternProperties" || key == "format" || key == "$ref" ||
-           key == "id" || key == "$id";
+    constexpr std::string_view kRefused[] = {
+        "pattern", "patternProperties", "format",     "$ref",       "id",
+        "$id",     "uniqueItems",       "multipleOf", "divisibleBy"};
+    return std::find(std::begin(kRefused), std::end(kRefused), key) != std::end(kRefused);
 }
 
 class Walk {

@@ -153,6 +153,9 @@ int32_t Subscriptions::push_forward(orvu_subscriber subscriber, json_t* object) 
 }
 
 int32_t Subscriptions::push_back(orvu_subscriber_ref ref, json_t* object) {
+    if (object == nullptr) {
+        return ORVU_HOST_INVALID;
+    }
     CloneError error = CloneError::none;
     JsonRef payload = json_clone(object, &error);
     if (error != CloneError::none) {

@@ -108,6 +108,15 @@ TEST(SchemaCheck, what_is_no_schema_is_refused_with_a_reason) {
     EXPECT_NE(refusal(std::string(SchemaCheck::kMaxText + 1, ' ')), "");
 }
 
+TEST(SchemaCheck, no_divisor_reaches_a_division) {
+    for (const char* divisor : {"0", "-1", "0.5", "2"}) {
+        EXPECT_NE(refusal(R"({"multipleOf":)" + std::string(divisor) + "}"), "");
+        EXPECT_NE(refusal(R"({"properties":{"a":{"required":true,"divisibleBy":)" +
+                          std::string(divisor) + "}}}"),
+                  "");
+    }
+}
+
 TEST(SchemaCheck, checks_may_run_on_many_threads_at_once) {
     const auto schema = make(kFlag);
     std::vector<std::thread> checkers;

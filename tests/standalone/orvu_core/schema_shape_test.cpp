@@ -30,7 +30,7 @@ TEST(SchemaShape, the_form_of_required_tells_the_draft) {
 
 TEST(SchemaShape, a_property_may_have_any_name) {
     EXPECT_EQ(draft(R"({"properties":{"required":{"type":"string"},"pattern":{},"$ref":{},
-                        "format":{},"id":{}}})"),
+                        "format":{},"id":{},"multipleOf":{},"uniqueItems":{}}})"),
               SchemaDraft::draft7);
     EXPECT_EQ(draft(R"({"properties":{"properties":{"properties":{"pattern":{}}}}})"),
               SchemaDraft::draft7);
@@ -41,8 +41,9 @@ TEST(SchemaShape, constants_may_hold_anything) {
               SchemaDraft::draft7);
 }
 
-TEST(SchemaShape, what_has_no_bounded_cost_is_refused_with_its_place) {
-    for (const char* key : {"pattern", "patternProperties", "format", "$ref", "id", "$id"}) {
+TEST(SchemaShape, what_has_no_bounded_cost_or_no_sure_result_is_refused_with_its_place) {
+    for (const char* key : {"pattern", "patternProperties", "format", "$ref", "id", "$id",
+                            "uniqueItems", "multipleOf", "divisibleBy"}) {
         std::string reason;
         EXPECT_EQ(draft(R"({"properties":{"a":{"items":[{")" + std::string(key) + R"(":"x"}]}}})",
                         &reason),

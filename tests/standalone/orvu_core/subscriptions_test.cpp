@@ -282,6 +282,7 @@ TEST(Subscriptions, wrong_handles_and_arguments_are_refused) {
     EXPECT_EQ(orvu_subscriber_pushforward(handle, nullptr, 0, 0), ORVU_HOST_INVALID);
     EXPECT_EQ(orvu_subscriber_get_attr(0), nullptr);
     EXPECT_EQ(orvu_subscribee_pushback(0, json("{}").get(), 0, 0), ORVU_HOST_NOT_FOUND);
+    EXPECT_EQ(orvu_subscribee_pushback(0, nullptr, 0, 0), ORVU_HOST_INVALID);
     EXPECT_EQ(orvu_host_subscribe("s.x", "n", "x", nullptr, nullptr), 0U);
     EXPECT_EQ(orvu_host_subscribe(nullptr, "n", "x", subscriber, nullptr), 0U);
 }
