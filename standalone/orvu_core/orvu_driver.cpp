@@ -1,9 +1,10 @@
 // The contract's driver layers: events and the function driver's relations.
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include "standalone/orvu_core/core.h"
-#include "standalone/orvu_core/process_path.h"
+#include "standalone/orvubase/core/process_path.h"
 
 using orvu::core;
 using orvu::guarded;
@@ -75,14 +76,14 @@ int32_t orvu_funcdrv_get_procpath(uint64_t pid, orvu_wchar* buffer, uint32_t cap
             return ORVU_HOST_INVALID;
         }
         buffer[0] = 0;
-        wide_string path;
-        if (!orvu::process_path(pid, &path)) {
+        const std::optional<wide_string> path = orvu::process_path(pid);
+        if (!path) {
             return ORVU_HOST_NOT_FOUND;
         }
-        if (path.size() >= capacity) {
+        if (path->size() >= capacity) {
             return ORVU_HOST_LIMIT;
         }
-        std::memcpy(buffer, path.c_str(), (path.size() + 1) * sizeof(orvu_wchar));
+        std::memcpy(buffer, path->c_str(), (path->size() + 1) * sizeof(orvu_wchar));
         return ORVU_HOST_OK;
     });
 }

@@ -17,9 +17,6 @@ using wide_view = std::basic_string_view<orvu_wchar>;
 std::string clean_utf8(std::string_view bytes);
 std::string show_utf8(wide_view text);
 
-/* Strict conversion from UTF-8; false, with the result undefined, when the bytes are none. */
-bool utf8_to_wide(std::string_view bytes, wide_string* result);
-
 /* The length of a NUL-terminated wide text, or limit when there is no NUL within limit units. */
 size_t wide_length(const orvu_wchar* text, size_t limit);
 

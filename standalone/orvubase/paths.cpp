@@ -9,6 +9,8 @@
 
 #include "orvubase.h"
 #include "standalone/orvubase/core/path_map.h"
+#include "standalone/orvubase/core/process_path.h"
+#include "standalone/orvubase/core/utf.h"
 #include "standalone/orvubase/home.h"
 #include "standalone/orvubase/orvubase_host.h"
 #include "standalone/orvubase/result.h"
@@ -65,7 +67,8 @@ int32_t orvu_process_get_path(uint32_t pid, char* buffer, uint32_t size) {
         if (pid == orvu::system::own_pid()) {
             return orvu::copy_out(program_path(), buffer, size);
         }
-        const std::optional<std::string> path = orvu::system::process_path(pid);
+        const std::optional<orvu::WString> wide = orvu::process_path(pid);
+        const std::optional<std::string> path = wide ? orvu::wide_to_utf8(*wide) : std::nullopt;
         return path ? orvu::copy_out(*path, buffer, size) : orvu::RESULT_ABSENT;
     });
 }

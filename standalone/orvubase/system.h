@@ -23,10 +23,6 @@ extern const char* const PROGRAM_NAME;
 
 uint32_t own_pid();
 
-// The executable of a process as a framework path; nothing when there is no such process or the
-// system does not tell.
-std::optional<std::string> process_path(uint32_t pid);
-
 // Writes to standard error without a buffer; failures are dropped.
 void write_error(std::string_view text);
 

@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <vector>
 
-#include "standalone/orvubase/core/path_map.h"
-
 namespace orvu::system {
 
 const char* const PROGRAM_NAME = "orvu";
@@ -57,22 +55,6 @@ std::string default_home() {
 
 uint32_t own_pid() {
     return static_cast<uint32_t>(getpid());
-}
-
-std::optional<std::string> process_path(uint32_t pid) {
-    const std::string link = "/proc/" + std::to_string(pid) + "/exe";
-    char target[4096];
-    const ssize_t length = readlink(link.c_str(), target, sizeof target);
-    if (length <= 0 || static_cast<size_t>(length) >= sizeof target) {
-        return std::nullopt;
-    }
-    std::string_view path(target, static_cast<size_t>(length));
-    // The kernel marks an executable whose file was replaced or removed while it runs.
-    constexpr std::string_view REMOVED = " (deleted)";
-    if (path.ends_with(REMOVED) && access(std::string(path).c_str(), F_OK) != 0) {
-        path.remove_suffix(REMOVED.size());
-    }
-    return path_from_native(path);
 }
 
 void write_error(std::string_view text) {

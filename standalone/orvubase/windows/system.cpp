@@ -4,7 +4,6 @@
 
 #include <vector>
 
-#include "standalone/orvubase/core/path_map.h"
 #include "standalone/orvubase/core/utf.h"
 
 namespace orvu::system {
@@ -12,18 +11,6 @@ namespace orvu::system {
 const char* const PROGRAM_NAME = "orvu.exe";
 
 namespace {
-
-struct Handle {
-    explicit Handle(HANDLE handle) : value(handle) {}
-    ~Handle() {
-        if (value != nullptr) {
-            CloseHandle(value);
-        }
-    }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    HANDLE value;
-};
 
 DWORD attributes(const std::string& native) {
     const std::optional<WString> wide = utf8_to_wide(native);
@@ -66,19 +53,6 @@ std::string default_home() {
 
 uint32_t own_pid() {
     return GetCurrentProcessId();
-}
-
-std::optional<std::string> process_path(uint32_t pid) {
-    const Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, pid));
-    if (process.value == nullptr) {
-        return std::nullopt;
-    }
-    std::vector<wchar_t> path(32768);
-    auto length = static_cast<DWORD>(path.size());
-    if (QueryFullProcessImageNameW(process.value, 0, path.data(), &length) == 0) {
-        return std::nullopt;
-    }
-    return wide_to_utf8(WStringView(path.data(), length));
 }
 
 void write_error(std::string_view text) {

@@ -6,13 +6,13 @@
 #include <cstring>
 #include <thread>
 
+#include "standalone/orvubase/core/utf.h"
+
 namespace orvu {
 namespace {
 
 wide_string wide(const char* text) {
-    wide_string result;
-    EXPECT_TRUE(utf8_to_wide(text, &result));
-    return result;
+    return utf8_to_wide(text).value();
 }
 
 std::string show(const std::vector<PidRelation>& relations) {

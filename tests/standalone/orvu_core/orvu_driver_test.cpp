@@ -4,8 +4,8 @@
 #include <cstring>
 #include <vector>
 
-#include "standalone/orvu_core/process_path.h"
 #include "standalone/orvu_core/text.h"
+#include "standalone/orvubase/core/process_path.h"
 #include "tests/standalone/orvu_core/own_pid.h"
 #include "tests/standalone/orvu_core/service_thread.h"
 
@@ -141,9 +141,7 @@ TEST_F(FunctionDriver, the_path_of_this_process_is_a_framework_path) {
     EXPECT_EQ(path.substr(1, 2), ":\\");
     EXPECT_EQ(path.find('/'), std::string::npos);
     EXPECT_NE(path.find("orvu_core_test"), std::string::npos) << path;
-    wide_string same;
-    EXPECT_TRUE(process_path(own_pid(), &same));
-    EXPECT_EQ(same, wide_string(buffer));
+    EXPECT_EQ(process_path(own_pid()), wide_string(buffer));
 }
 
 TEST_F(FunctionDriver, a_process_path_that_does_not_fit_or_exist_is_refused) {

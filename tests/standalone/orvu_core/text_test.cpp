@@ -40,17 +40,6 @@ TEST(Text, a_nul_ends_what_is_shown) {
     EXPECT_EQ(show_utf8(wide({'a', 0, 'b'})), "a");
 }
 
-TEST(Text, strict_conversion_takes_valid_text_only) {
-    wide_string result;
-    EXPECT_TRUE(utf8_to_wide("a\xE2\x82\xAC\xF0\x9F\x98\x80", &result));
-    EXPECT_EQ(result, wide({'a', 0x20AC, 0xD83D, 0xDE00}));
-    EXPECT_TRUE(utf8_to_wide("", &result));
-    EXPECT_TRUE(result.empty());
-    for (const char* bad : {"\x80", "\xC3", "\xC1\xBF", "\xED\xB0\x80", "\xF5\x80\x80\x80"}) {
-        EXPECT_FALSE(utf8_to_wide(bad, &result)) << bad;
-    }
-}
-
 TEST(Text, the_length_stops_at_the_limit) {
     const wide_string text = wide({'a', 'b', 'c'});
     EXPECT_EQ(wide_length(text.c_str(), 10), 3U);

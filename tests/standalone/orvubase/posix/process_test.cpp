@@ -66,4 +66,14 @@ TEST(Process, the_kernels_mark_of_a_removed_file_is_no_part_of_the_path) {
     EXPECT_EQ(path_of(sleeper.pid()), scratch.framework("gone"));
 }
 
+TEST(Process, a_name_that_is_no_text_is_no_path) {
+    const Scratch scratch;
+    const std::string name = scratch.native() + "/n\xFFme";
+    std::filesystem::copy_file("/bin/sleep", name);
+    const Sleeper sleeper(name);
+    char buffer[ORVU_PATH_CAPACITY] = "abc";
+    EXPECT_EQ(orvu_process_get_path(sleeper.pid(), buffer, sizeof buffer), 3);
+    EXPECT_STREQ(buffer, "");
+}
+
 }  // namespace

@@ -1,4 +1,4 @@
-#include "standalone/orvu_core/process_path.h"
+#include "standalone/orvubase/core/process_path.h"
 
 #include <windows.h>
 
@@ -18,22 +18,22 @@ constexpr DWORD kLongestPath = 32768;
 
 }  // namespace
 
-bool process_path(uint64_t pid, wide_string* path) {
+std::optional<WString> process_path(uint64_t pid) {
     if (pid == 0 || pid > UINT32_MAX) {
-        return false;
+        return std::nullopt;
     }
     const ProcessHandle process(
         OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, static_cast<DWORD>(pid)));
     if (!process) {
-        return false;
+        return std::nullopt;
     }
-    path->resize(kLongestPath);
+    WString path(kLongestPath, L'\0');
     DWORD length = kLongestPath;
-    if (QueryFullProcessImageNameW(process.get(), 0, path->data(), &length) == 0) {
-        return false;
+    if (QueryFullProcessImageNameW(process.get(), 0, path.data(), &length) == 0 || length == 0) {
+        return std::nullopt;
     }
-    path->resize(length);
-    return length != 0;
+    path.resize(length);
+    return path;
 }
 
 }  // namespace orvu
