@@ -1,7 +1,6 @@
 #include "plugins/kolvessa/app_main/condition_table.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "qiv_jansson.h"
 
@@ -41,14 +40,14 @@ void ConditionTable::attach(orvu_cond condition) {
     const json_t* const types = param == nullptr ? nullptr : qiv_json_object_get(param, "type");
     const size_t count = types == nullptr ? 0 : qiv_json_array_size(types);
 
-    std::vector<std::string> names;
+    Names names;
     bool fulfilled = true;
     for (size_t i = 0; i < count; ++i) {
         const char* const name = qiv_json_string_value(qiv_json_array_get(types, i));
         if (name == nullptr) {
             fulfilled = false;
         } else {
-            names.emplace_back(name);
+            names.emplace(name);
         }
     }
 
@@ -57,12 +56,8 @@ void ConditionTable::attach(orvu_cond condition) {
         const MutexLock guard(mutex_);
         Entry& entry = conditions_[condition];
         ++entry.revision;
-        fulfilled = std::all_of(names.begin(), names.end(),
-                                [this](const std::string& name) { return present_(name); }) &&
-                    fulfilled;
-        for (std::string& name : names) {
-            entry.names.insert(std::move(name));
-        }
+        fulfilled = all_present(names) && fulfilled;
+        entry.names.merge(names);  // needs no memory, so that none is ever left out
         seen_refreshes = refreshes_;
     }
     tell(condition, fulfilled ? 1 : 0);
@@ -90,7 +85,7 @@ void ConditionTable::report(orvu_cond condition) {
             }
             revision = found->second.revision;
             refreshes = refreshes_;
-            fulfilled = all_present(found->second);
+            fulfilled = all_present(found->second.names);
         }
         tell(condition, fulfilled ? 1 : 0);
         const MutexLock guard(mutex_);
@@ -102,8 +97,8 @@ void ConditionTable::report(orvu_cond condition) {
     }
 }
 
-bool ConditionTable::all_present(const Entry& entry) const {
-    return std::all_of(entry.names.begin(), entry.names.end(),
+bool ConditionTable::all_present(const Names& names) const {
+    return std::all_of(names.begin(), names.end(),
                        [this](const std::string& name) { return present_(name); });
 }
 

@@ -40,14 +40,15 @@ class ConditionTable {
     void refresh() noexcept EXCLUDES(mutex_);
 
   private:
+    using Names = std::set<std::string, std::less<>>;
     struct Entry {
-        std::set<std::string, std::less<>> names;
+        Names names;
         uint64_t revision = 0;  // counts what was added
     };
 
     void attach(orvu_cond condition) EXCLUDES(mutex_);
     void report(orvu_cond condition) EXCLUDES(mutex_);
-    bool all_present(const Entry& entry) const REQUIRES(mutex_);
+    bool all_present(const Names& names) const REQUIRES(mutex_);
     bool next_after(orvu_cond& condition) const EXCLUDES(mutex_);
 
     const Lookup present_;

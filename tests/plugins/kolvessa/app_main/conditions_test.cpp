@@ -5,11 +5,13 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/fakehost/failing_new.h"
 #include "tests/plugins/kolvessa/app_main/plugin_test.h"
 
 namespace kolvessa {
 namespace {
 
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -112,6 +114,35 @@ TEST_F(Conditions, one_without_attributes_is_fulfilled) {
     host.fail("orvu_cond_get_attr", 1);
     attach(R"({"type":["default"]})");
     EXPECT_THAT(states(), ElementsAre(1));
+}
+
+TEST_F(Conditions, one_that_finds_no_memory_is_not_fulfilled_and_keeps_all_its_strings_or_none) {
+    const std::string installed(40, 'a');  // too long to be kept without memory of its own
+    install({installed});
+    const std::string param = R"({"type":[")" + installed + R"(","zzz"]})";
+    size_t failures = 0;
+    for (size_t nth = 1;; ++nth) {
+        bool failed = false;
+        host.on_call("orvu_cond_get_attr", [nth] { fakehost::fail_allocation(nth); });
+        host.on_call("orvu_cond_res_changed", [&failed] {
+            failed = failed || fakehost::allocation_failed();
+            fakehost::fail_allocation(0);
+        });
+        attach(param.c_str());
+        host.on_call("orvu_cond_get_attr", {});
+        host.on_call("orvu_cond_res_changed", {});
+        EXPECT_THAT(states(), ElementsAre(0)) << nth;
+        host.forget_calls();
+        if (!failed) {
+            break;
+        }
+        ++failures;
+        // The installed one alone would be fulfilled.
+        conditions_refresh();
+        EXPECT_THAT(states(), Each(0)) << nth;
+        host.forget_calls();
+    }
+    EXPECT_GE(failures, 4U);
 }
 
 TEST_F(Conditions, a_tag_is_compared_byte_by_byte) {
