@@ -15,13 +15,14 @@ constexpr uint32_t no_attributes = 1;
 constexpr uint32_t relations_refused = 3;
 constexpr uint32_t inheritance_refused = 4;
 
-// A wide text as a log line shows it: "null" for none, for an empty one and for one that has no
-// UTF-8 form.
+// A wide text as a log line shows it: "null" for none, for an empty attribute and for a text that
+// has no UTF-8 form.
 class Shown {
   public:
     explicit Shown(const orvu_wchar* text)
-        : text_(text == nullptr || *text == 0 ? nullptr : orvu_str_unicode_to_utf8(text)) {}
-    explicit Shown(const wide_string& text) : Shown(text.c_str()) {}
+        : text_(text == nullptr ? nullptr : orvu_str_unicode_to_utf8(text)) {}
+    explicit Shown(const wide_string& attribute)
+        : Shown(*attribute.c_str() == 0 ? nullptr : attribute.c_str()) {}
 
     const char* text() const { return text_ == nullptr ? "null" : text_.get(); }
 

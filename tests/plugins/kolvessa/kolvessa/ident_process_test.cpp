@@ -85,6 +85,7 @@ TEST_F(IdentProcess, pid_4_without_a_path_has_a_signer_alone) {
                 ElementsAre("appinfo_debug_compare singer:[Microsoft Corporation] iconhash:[null] "
                             "productname:[null] originalname:[null] copyright:[null] "
                             "description:[null] proc_path:[null]\n"));
+    EXPECT_THAT(host.messages(2), ElementsAre("kolvessa:pid:4,appid:9 inherit:0 path:(null)\n"));
 }
 
 TEST_F(IdentProcess, pid_4_without_a_path_that_matches_nothing_is_told_about_nowhere) {
@@ -221,6 +222,15 @@ TEST_F(IdentProcess, the_debug_line_shows_the_path_as_given_and_null_for_what_is
                 ElementsAre("appinfo_debug_compare singer:[Some Body] iconhash:[null] "
                             "productname:[null] originalname:[Tool.exe] copyright:[null] "
                             "description:[null] proc_path:[C:\\Apps\\Tool.exe]\n"));
+}
+
+TEST_F(IdentProcess, the_debug_line_shows_an_empty_path_as_nothing) {
+    load(R"([{"appid":8,"elements":[{"procpath":"apps"}]}])");
+    EXPECT_EQ(ident(100, "", 0), 0U);
+    EXPECT_THAT(host.messages(3),
+                ElementsAre("appinfo_debug_compare singer:[null] iconhash:[null] "
+                            "productname:[null] originalname:[null] copyright:[null] "
+                            "description:[null] proc_path:[]\n"));
 }
 
 TEST_F(IdentProcess, a_value_that_can_not_be_converted_is_null_in_the_debug_line) {
