@@ -1,7 +1,6 @@
 #include "plugins/kolvessa/log.h"
 
 #include <cstring>
-#include <ctime>
 
 namespace kolvessa::log {
 namespace {
@@ -31,18 +30,22 @@ void make_default_log() noexcept {
 
 }  // namespace
 
+void write_stamp(const std::tm* time, Stamp& stamp) noexcept {
+    if (time == nullptr) {
+        std::strncpy(stamp.text, "1970-01-01 00:00:00", sizeof stamp.text - 1);
+        return;
+    }
+    orvu_str_snprintf(stamp.text, sizeof stamp.text, "%d-%02d-%02d %02d:%02d:%02d",
+                      time->tm_year + 1900, time->tm_mon + 1, time->tm_mday, time->tm_hour,
+                      time->tm_min, time->tm_sec);
+}
+
 bool begin(int32_t level, Stamp& stamp) noexcept {
     if (orvu_log_is_regestered() == 0) {
         make_default_log();
     }
     std::tm now = {};
-    if (platform::local_time(now)) {
-        orvu_str_snprintf(stamp.text, sizeof stamp.text, "%d-%02d-%02d %02d:%02d:%02d",
-                          now.tm_year + 1900, now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min,
-                          now.tm_sec);
-    } else {
-        std::strncpy(stamp.text, "1970-01-01 00:00:00", sizeof stamp.text - 1);
-    }
+    write_stamp(platform::local_time(now) ? &now : nullptr, stamp);
     return enabled(level);
 }
 

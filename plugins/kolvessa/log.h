@@ -9,6 +9,7 @@
 // one. Nothing here fails or throws: a line that can't be written is lost.
 
 #include <cstdint>
+#include <ctime>
 
 #include "orvubase.h"
 #include "plugins/kolvessa/platform/platform.h"
@@ -23,6 +24,9 @@ inline constexpr int32_t debug = 3;
 struct Stamp {
     char text[256] = {};
 };
+
+// Writes the stamp of a local time; null is a time that can't be told.
+void write_stamp(const std::tm* time, Stamp& stamp) noexcept;
 
 // Readies a line: makes sure of a logger and takes the time. True when `level` is to be written.
 bool begin(int32_t level, Stamp& stamp) noexcept;

@@ -47,6 +47,52 @@ TEST_F(Log, a_line_is_prefix_and_message_with_nothing_appended) {
                   "] [nox] [log_test.cpp:" + std::to_string(line) + "] value 7 of text");
 }
 
+TEST_F(Log, a_stamp_is_year_month_day_hour_minute_second_with_leading_zeros) {
+    std::tm time = {};
+    time.tm_year = 126;
+    time.tm_mon = 0;
+    time.tm_mday = 5;
+    time.tm_hour = 7;
+    time.tm_min = 8;
+    time.tm_sec = 9;
+    kolvessa::log::Stamp stamp;
+    kolvessa::log::write_stamp(&time, stamp);
+    EXPECT_STREQ(stamp.text, "2026-01-05 07:08:09");
+}
+
+TEST_F(Log, a_time_that_can_not_be_told_is_the_first_of_january_1970) {
+    kolvessa::log::Stamp stamp;
+    kolvessa::log::write_stamp(nullptr, stamp);
+    EXPECT_STREQ(stamp.text, "1970-01-01 00:00:00");
+}
+
+TEST_F(Log, a_line_has_the_local_time_of_its_writing) {
+    const auto now = [] {
+        std::tm time = {};
+        EXPECT_TRUE(kolvessa::platform::local_time(time));
+        kolvessa::log::Stamp stamp;
+        kolvessa::log::write_stamp(&time, stamp);
+        return std::string("[").append(stamp.text).append("]");
+    };
+    const std::string before = now();
+    KOLVESSA_LOG_INFO("a");
+    const std::string after = now();
+    const std::string text = host.log_lines().at(0).text;
+    const std::string stamp = text.substr(0, before.size());
+    EXPECT_LE(before, stamp);
+    EXPECT_LE(stamp, after);
+}
+
+TEST_F(Log, the_logger_is_made_sure_of_before_the_time_is_taken_and_the_level_is_asked_last) {
+    host.set_log_registered(false);
+    host.record_everything();
+    KOLVESSA_LOG_INFO("a");
+    EXPECT_THAT(host.call_names(),
+                ElementsAre("orvu_log_is_regestered", "orvu_process_get_path", "orvu_log_dir",
+                            "orvu_str_snprintf", "orvu_autolog_init", "orvu_str_snprintf",
+                            "orvu_log_level_get", "orvu_log_output"));
+}
+
 TEST_F(Log, each_level_has_its_word_and_number) {
     KOLVESSA_LOG_WARN("a");
     KOLVESSA_LOG_INFO("b");
@@ -120,6 +166,14 @@ TEST_F(Log, a_default_log_that_can_not_be_made_is_tried_again_at_the_next_line) 
     KOLVESSA_LOG_WARN("b");
     EXPECT_EQ(host.autologs().size(), 2U);
     EXPECT_THAT(host.messages(), ElementsAre("a", "b"));
+}
+
+TEST_F(Log, the_path_of_a_default_log_is_cut_at_260_characters) {
+    host.set_log_registered(false);
+    host.set_log_dir(std::string(400, 'd'));
+    host.set_program_path(std::string("C:\\").append(400, 'p'));
+    KOLVESSA_LOG_INFO("a");
+    EXPECT_THAT(host.autologs(), ElementsAre(std::string(259, 'd') + ", 5"));
 }
 
 TEST_F(Log, wide_text_is_written_as_utf8) {
