@@ -26,7 +26,7 @@ struct Abandoned {
 // One start at a time. Unlike other mutexes it is held over calls to the host: none of them comes
 // back into the entry.
 NeverDestroyed<Mutex> start_mutex;
-Abandoned* abandoned = nullptr;
+Abandoned* abandoned GUARDED_BY(*start_mutex) = nullptr;
 
 // A failing step's digit behind the code so far, the road of a failure in one number:
 //   driver refused with r      r -> r1 -> r11 -> r111
@@ -76,7 +76,7 @@ int32_t kolvessa_init(void* host_argument) {
 }
 
 // Undoes a start that failed, as far as it can be undone.
-void abandon_start() {
+void abandon_start() REQUIRES(*start_mutex) {
     CKolvessa* const object = g_kolvessa;
     if (object == nullptr) {
         return;

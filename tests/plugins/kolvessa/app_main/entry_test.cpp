@@ -12,7 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 class Entry : public PluginTest {
   protected:
@@ -54,6 +53,22 @@ TEST_F(Entry, a_start_logs_three_threads_and_the_result_and_the_third_shows_the_
                                               "create kolvessa thd_update the thread suc 1002  \n",
                                               "kolvessa plugin:ret:0 \n"));
     EXPECT_THAT(host.messages(1), IsEmpty());
+}
+
+TEST_F(Entry, each_thread_is_logged_between_its_start_and_its_detaching_and_the_result_last) {
+    host.record_everything();
+    orvu_plugin_init(nullptr);
+    std::vector<std::string> names;
+    for (const std::string& name : host.call_names()) {
+        if (name.starts_with("orvu_thread_") || name == "orvu_log_output" ||
+            name == "orvu_cond_exec_install") {
+            names.push_back(name);
+        }
+    }
+    EXPECT_THAT(names, ElementsAre("orvu_thread_start", "orvu_log_output", "orvu_thread_detach",
+                                   "orvu_thread_start", "orvu_log_output", "orvu_thread_detach",
+                                   "orvu_thread_start", "orvu_log_output", "orvu_thread_detach",
+                                   "orvu_cond_exec_install", "orvu_log_output"));
 }
 
 TEST_F(Entry, a_second_call_after_a_success_writes_one_line_and_starts_nothing) {

@@ -86,6 +86,19 @@ TEST_F(KolvessaStart, the_events_are_registered_with_these_numbers_and_no_lock_h
     EXPECT_EQ(host.count("orvu_rwlock_exclusive_acquire"), 0U);
 }
 
+TEST_F(KolvessaStart, the_events_are_registered_when_the_libraries_are_loaded_and_logged) {
+    home.install("default", "[]");
+    bool loaded = false;
+    size_t warnings = 0;
+    host.on_call(register_events, [&] {
+        loaded = kolvessa->has_library("default");
+        warnings = host.messages(1).size();
+    });
+    kolvessa->kolvessa_start();
+    EXPECT_TRUE(loaded);
+    EXPECT_EQ(warnings, 1U);
+}
+
 TEST_F(KolvessaStart, a_registration_refused_with_r_gives_100_r_plus_23) {
     host.fail(register_events, 1, 1);
     host.fail(register_events, -1, 2);

@@ -267,6 +267,30 @@ TEST_F(ProcessEvent, running_out_of_memory_for_the_debug_line_of_a_report_still_
     EXPECT_THAT(host.messages(), IsEmpty());
 }
 
+TEST_F(ProcessEvent, running_out_of_memory_for_the_queue_still_completes_and_leaves_no_lock_held) {
+    load(tool_rule);
+    refuse_inheritance();
+    kolvessa->set_sweeping(true);
+    host.on_call("orvu_rwlock_exclusive_acquire", [] { fakehost::fail_allocation(1); });
+    const auto result = host.raise(event_of(other_path));
+    EXPECT_TRUE(fakehost::allocation_failed());
+    EXPECT_TRUE(result.completed);
+    EXPECT_EQ(result.flags, 0U);
+    EXPECT_EQ(host.calls_of(complete).at(0).held, Held::nothing);
+    EXPECT_THAT(kolvessa->late_processes(), IsEmpty());
+    host.on_call("orvu_rwlock_exclusive_acquire", {});
+    host.raise(event_of(other_path));
+    EXPECT_THAT(kolvessa->late_processes(), ElementsAre(Pair(100, 50)));
+}
+
+TEST_F(ProcessEvent, a_registration_without_an_object_is_completed_alone) {
+    orvu_basedrv_register_event_notify(event_class, event_subclass, process_event_callback, nullptr,
+                                       event_limit, event_mask);
+    const auto result = host.raise(event_of(tool_path));
+    EXPECT_TRUE(result.completed);
+    EXPECT_EQ(result.flags, 0U);
+}
+
 TEST_F(ProcessEvent, a_message_without_a_record_is_completed) {
     load(tool_rule);
     host.fail("orvu_basedrv_get_notify_msgdata", 1);
