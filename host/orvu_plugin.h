@@ -18,9 +18,9 @@ ORVU_EXTERN_C_BEGIN
 #if defined(ORVU_BUILDING_PLUGIN)
 ORVU_PLUGIN_API
 #endif
-int32_t orvu_plugin_init(void *host_argument);
+int32_t orvu_plugin_init(void* host_argument);
 
-typedef int32_t (*orvu_plugin_entry)(void *host_argument);
+typedef int32_t (*orvu_plugin_entry)(void* host_argument);
 #define ORVU_PLUGIN_ENTRY_NAME "orvu_plugin_init"
 
 ORVU_EXTERN_C_END

@@ -1,7 +1,8 @@
 #ifndef KOLVESSA_TEXT_H
 #define KOLVESSA_TEXT_H
 
-// The plug-in's text types. Wide text is UTF-16 in 16-bit units on every system; 8-bit text is UTF-8.
+// The plug-in's text types. Wide text is UTF-16 in 16-bit units on every system; 8-bit text is
+// UTF-8.
 
 #include <string>
 #include <string_view>

@@ -43,8 +43,8 @@ ORVU_API uint64_t orvu_host_log_dropped(void);
  */
 ORVU_API void orvu_host_log_flush(void);
 
-/* Flushes and closes the log file for good, so that its folder can be removed. Lines that come later
- * count as dropped. */
+/* Flushes and closes the log file for good, so that its folder can be removed. Lines that come
+ * later count as dropped. */
 ORVU_API void orvu_host_log_close(void);
 
 ORVU_EXTERN_C_END
