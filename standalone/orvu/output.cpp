@@ -66,7 +66,9 @@ void remark(std::string_view text) {
 Progress::Progress(std::string_view verb, size_t total)
     : verb_(verb),
       total_(total),
-      shown_(total >= much_to_do && is_terminal(Stream::error) && !is_terminal(Stream::out)) {}
+      shown_((total == 0 || total >= much_to_do) && is_terminal(Stream::error) &&
+             !is_terminal(Stream::out)),
+      last_ms_(now_ms()) {}
 
 Progress::~Progress() {
     if (written_) {
@@ -83,7 +85,11 @@ void Progress::step() {
     if (now - last_ms_ >= progress_interval_ms) {
         last_ms_ = now;
         written_ = true;
-        std::fprintf(stderr, "\r%s %zu of %zu", verb_.c_str(), done_, total_);
+        if (total_ == 0) {
+            std::fprintf(stderr, "\r%s %zu", verb_.c_str(), done_);
+        } else {
+            std::fprintf(stderr, "\r%s %zu of %zu", verb_.c_str(), done_, total_);
+        }
         std::fflush(stderr);
     }
 }

@@ -24,8 +24,9 @@ bool print_line(std::string_view line);
 // Writes "orvu: TEXT" to standard error.
 void remark(std::string_view text);
 
-// A line "VERB 120 of 4000" on standard error, rewritten in place while work goes on. Says nothing
-// unless standard error is a terminal, standard output isn't, and there is much to do.
+// A line "VERB 120 of 4000" on standard error, rewritten in place while work goes on, "VERB 120"
+// when the total is unknown (0). Says nothing unless standard error is a terminal, standard output
+// isn't, and there may be much to do.
 class Progress {
   public:
     Progress(std::string_view verb, size_t total);
@@ -40,7 +41,7 @@ class Progress {
     size_t done_ = 0;
     bool shown_;
     bool written_ = false;
-    int64_t last_ms_ = 0;
+    int64_t last_ms_;
 };
 
 }  // namespace orvu

@@ -7,6 +7,7 @@ import argparse
 import json
 import os
 import pathlib
+import select
 import shutil
 import signal
 import subprocess
@@ -341,6 +342,29 @@ class Signals(OrvuTest):
                 process.send_signal(number)
                 process.wait(60)
             self.assertEqual(list((self.home / "var").iterdir()), [])
+
+
+class Terminal(OrvuTest):
+    def test_a_person_sees_progress_while_the_answers_go_elsewhere(self):
+        file = self.write("library.json", library(rule(5, {"originalname": "x.exe"})))
+        target = self.write("x.exe", b"")
+        master, slave = os.openpty()
+        with open(self.folder / "answers", "wb") as answers:
+            process = subprocess.Popen(
+                self.command("identify", "--json", "--library", file, "-"), stdin=subprocess.PIPE,
+                stdout=answers, stderr=slave)
+        os.close(slave)
+        shown = b""
+        deadline = time.monotonic() + 60
+        with process:
+            while b"identified" not in shown and time.monotonic() < deadline:
+                process.stdin.write(str(target).encode() + b"\n")
+                process.stdin.flush()
+                if select.select([master], [], [], 0.01)[0]:
+                    shown += os.read(master, 4096)
+            process.stdin.close()
+        os.close(master)
+        self.assertRegex(shown, rb"identified \d+")
 
 
 class Idle(OrvuTest):
