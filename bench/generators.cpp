@@ -15,6 +15,8 @@ constexpr std::array<const char*, 32> kSyllables = {
 constexpr std::array<const char*, 8> kRoots = {
     "c:\\program files\\", "c:\\program files (x86)\\", "c:\\programdata\\",    "d:\\apps\\",
     "c:\\users\\public\\", "\\appdata\\local\\",        "\\appdata\\roaming\\", "\\"};
+constexpr uint32_t kShortestPath = 40;
+constexpr uint32_t kLongestPath = 200;
 constexpr std::array<const char*, 4> kEndings = {".exe", ".exe", ".exe", ".com"};
 
 // Names are drawn from a few thousand, so that folders are shared as they are on real machines.
@@ -54,11 +56,22 @@ std::string filled(Random& random, const std::string& pattern) {
     return made;
 }
 
-std::string unrelated_path(Random& random) {
-    std::string made = root(random);
-    for (uint32_t folders = 2 + random.below(6); folders > 0; --folders) {
-        made += name(random) + "\\";
+// Around one of the patterns, which stays whole, so that it is found.
+std::string related_path(Random& random, const std::vector<std::string>& patterns) {
+    std::string made =
+        filled(random, patterns[random.below(static_cast<uint32_t>(patterns.size()))]);
+    if (made.front() == '\\') {
+        made.insert(0, "c:\\users\\" + name(random));
     }
+    return made;
+}
+
+std::string unrelated_path(Random& random) {
+    const uint32_t length = kShortestPath + random.below(kLongestPath - kShortestPath);
+    std::string made = root(random);
+    do {
+        made += name(random) + "\\";
+    } while (made.size() < length);
     return made + file(random);
 }
 
@@ -82,21 +95,12 @@ std::vector<std::string> paths(size_t count, uint32_t seed,
     Random random(seed);
     std::vector<std::string> made;
     while (made.size() < count) {
+        const bool related = !patterns.empty() && random.below(3) == 0;
         std::string path;
-        if (!patterns.empty() && random.below(3) == 0) {
-            path = filled(random, patterns[random.below(static_cast<uint32_t>(patterns.size()))]);
-            if (path.front() == '\\') {
-                path.insert(0, "c:\\users\\" + name(random));
-            }
-        } else {
-            path = unrelated_path(random);
-        }
-        while (path.size() < 40) {
-            path.insert(path.front() == 'c' || path.front() == 'd' ? 3 : 0, name(random) + "\\");
-        }
-        if (path.size() <= 200) {
-            made.push_back(std::move(path));
-        }
+        do {
+            path = related ? related_path(random, patterns) : unrelated_path(random);
+        } while (path.size() < kShortestPath || path.size() > kLongestPath);
+        made.push_back(std::move(path));
     }
     return made;
 }

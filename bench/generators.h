@@ -33,8 +33,9 @@ struct PatternShape {
 // precedes the first one.
 std::vector<std::string> path_patterns(size_t count, uint32_t seed, PatternShape shape = {});
 
-// Lower-case paths of 40 to 200 bytes. About a third are made around one of `patterns`, its
-// wildcards filled; the rest are made from the same folders and names.
+// Lower-case paths of 40 to 200 bytes. A third are made around one of `patterns`, its wildcards
+// filled, so that about that many are found; the rest are made from the same folders and names.
+// Some of `patterns`, when there are any, must be long enough for that.
 std::vector<std::string> paths(size_t count, uint32_t seed,
                                const std::vector<std::string>& patterns);
 
