@@ -22,6 +22,11 @@ size_t u16_at(std::span<const uint8_t> block, size_t offset) {
     return block[offset] | static_cast<size_t>(block[offset + 1]) << 8;
 }
 
+void put_u16(std::span<uint8_t> block, size_t offset, size_t value) {
+    block[offset] = static_cast<uint8_t>(value & 0xFF);
+    block[offset + 1] = static_cast<uint8_t>(value >> 8);
+}
+
 // Where the key's NUL ends, or 0 when the node has none.
 size_t key_end(std::span<const uint8_t> block, size_t node, size_t end) {
     for (size_t at = node + KEY_OFFSET; at + 2 <= end; at += 2) {
@@ -40,11 +45,13 @@ void bound_children(std::span<uint8_t> block, size_t node, int depth) {
     size_t at = value + round_up(unit * u16_at(block, node + 2));
     while (at < end) {
         const size_t left = end - at;
-        const size_t length = left < SMALLEST_NODE ? 0 : u16_at(block, at);
-        if (length < SMALLEST_NODE || length > left || key_end(block, at, at + length) == 0) {
+        const size_t length = left < SMALLEST_NODE ? 0 : std::min(u16_at(block, at), left);
+        if (length < SMALLEST_NODE || key_end(block, at, at + length) == 0) {
             std::fill_n(block.begin() + static_cast<std::ptrdiff_t>(at), left, uint8_t{0});
             return;
         }
+        // The system finds a last node that claims more than is left, so it stays.
+        put_u16(block, at, length);
         if (depth > 1) {
             bound_children(block, at, depth - 1);
         }
@@ -63,8 +70,7 @@ size_t bound_version_block(std::span<uint8_t> block) {
     if (length < SMALLEST_NODE || key_end(block, 0, length) == 0) {
         return 0;
     }
-    block[0] = static_cast<uint8_t>(length & 0xFF);
-    block[1] = static_cast<uint8_t>(length >> 8);
+    put_u16(block, 0, length);
     // A type beyond 1 would make the system read the block in its old 8-bit layout.
     block[TYPE_OFFSET] &= 1;
     block[TYPE_OFFSET + 1] = 0;

@@ -85,13 +85,15 @@ TEST(VersionBlock, a_block_longer_than_its_room_is_cut) {
     EXPECT_TRUE(finds(block));
 }
 
-TEST(VersionBlock, a_node_longer_than_the_one_around_it_is_blanked) {
+TEST(VersionBlock, a_node_longer_than_the_one_around_it_is_cut_and_still_found) {
+    const std::vector<uint8_t> sound = small_block();
     for (const size_t node : {size_t{40}, size_t{76}, size_t{100}}) {
-        std::vector<uint8_t> block = small_block();
-        put(block, node, 2, 0xFFF0);
-        EXPECT_EQ(bound_version_block(block), 124U);
-        EXPECT_FALSE(finds(block)) << node;
-        EXPECT_EQ(block[node + 6], 0) << node;
+        for (const uint32_t length : {125U, 0x7FFFU, 0xFFF0U, 0xFFFFU}) {
+            std::vector<uint8_t> block = sound;
+            put(block, node, 2, length);
+            EXPECT_EQ(bound_version_block(block), 124U);
+            EXPECT_EQ(block, sound) << node << " " << length;
+        }
     }
 }
 
