@@ -135,9 +135,9 @@ int32_t Conditions::detach(orvu_cond condition) {
     return detach_locked(found->second);
 }
 
-int32_t Conditions::detach_locked(const std::shared_ptr<Condition>& held) {
-    const std::shared_ptr<Condition> condition = held;  // the caller's may be the one erased below
-    if (condition->handed_over) {
+int32_t Conditions::detach_locked(const std::shared_ptr<Condition>& condition) {
+    const bool known_to_executor = condition->handed_over;
+    if (known_to_executor) {
         Executor& executor = executors_.find(condition->executor)->second;
         const auto result = executor.mailbox->post(
             [this, condition, callback = executor.callback] {
@@ -149,11 +149,14 @@ int32_t Conditions::detach_locked(const std::shared_ptr<Condition>& held) {
             return ORVU_HOST_QUEUE_FULL;
         }
         --executor.conditions;
-    } else {
-        conditions_.erase(condition->handle);
     }
     condition->detached = true;
     reported_.notify_all();
+    if (!known_to_executor) {
+        // The last step, since `condition` may be the one that is erased.
+        const orvu_cond handle = condition->handle;
+        conditions_.erase(handle);
+    }
     return ORVU_HOST_OK;
 }
 

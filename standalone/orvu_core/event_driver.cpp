@@ -95,7 +95,7 @@ int32_t EventDriver::remove(int32_t cls, int32_t sub, orvu_event_handler handler
     if (found == registrations_.end()) {
         return ORVU_HOST_NOT_FOUND;
     }
-    const Registration registration = *found;
+    const Registration registration = std::move(*found);
     registrations_.erase(found);
     registration->removed = true;
     std::erase_if(queue_, [this, &registration](const Message& message) {

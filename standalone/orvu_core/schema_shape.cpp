@@ -28,6 +28,13 @@ bool is_refused(std::string_view key) {
     return std::find(std::begin(kRefused), std::end(kRefused), key) != std::end(kRefused);
 }
 
+std::string below(const std::string& place, std::string_view name) {
+    std::string path = place;
+    path += '/';
+    path += name;
+    return path;
+}
+
 class Walk {
   public:
     explicit Walk(std::string* reason) : reason_(reason) {}
@@ -39,7 +46,7 @@ class Walk {
         if (json_is_array(node)) {
             for (size_t i = 0; i < qiv_json_array_size(node); ++i) {
                 if (!schema(qiv_json_array_get(node, i), levels - 1,
-                            place + "/" + std::to_string(i))) {
+                            below(place, std::to_string(i)))) {
                     return false;
                 }
             }
@@ -48,7 +55,7 @@ class Walk {
         for (void* at = json_is_object(node) ? qiv_json_object_iter(node) : nullptr; at != nullptr;
              at = qiv_json_object_iter_next(node, at)) {
             const std::string key = qiv_json_object_iter_key(at);
-            if (!member(key, qiv_json_object_iter_value(at), levels, place + "/" + key)) {
+            if (!member(key, qiv_json_object_iter_value(at), levels, below(place, key))) {
                 return false;
             }
         }
@@ -77,7 +84,7 @@ class Walk {
         for (void* at = qiv_json_object_iter(value); at != nullptr;
              at = qiv_json_object_iter_next(value, at)) {
             if (!schema(qiv_json_object_iter_value(at), levels - 1,
-                        place + "/" + qiv_json_object_iter_key(at))) {
+                        below(place, qiv_json_object_iter_key(at)))) {
                 return false;
             }
         }

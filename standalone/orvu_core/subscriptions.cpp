@@ -184,8 +184,7 @@ int32_t Subscriptions::end(orvu_subscriber subscriber, int32_t moment) {
     return found == subscribers_.end() ? ORVU_HOST_NOT_FOUND : end_locked(found->second, moment);
 }
 
-int32_t Subscriptions::end_locked(const std::shared_ptr<Link>& held, int32_t moment) {
-    const std::shared_ptr<Link> link = held;  // the caller's may be the one erased below
+int32_t Subscriptions::end_locked(const std::shared_ptr<Link>& link, int32_t moment) {
     if (link->attached) {
         Subscribee& target = subscribees_.find(link->subscribee)->second;
         const auto result = target.mailbox->post(
@@ -203,7 +202,9 @@ int32_t Subscriptions::end_locked(const std::shared_ptr<Link>& held, int32_t mom
     }
     link->ended = true;
     link->pending.clear();
-    subscribers_.erase(link->handle);
+    // The last step, since `link` may be the one that is erased.
+    const orvu_subscriber handle = link->handle;
+    subscribers_.erase(handle);
     return ORVU_HOST_OK;
 }
 

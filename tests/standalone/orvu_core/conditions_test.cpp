@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "tests/standalone/orvu_core/full_mailbox.h"
 #include "tests/standalone/orvu_core/service_thread.h"
 
 namespace orvu::test {
@@ -161,6 +163,42 @@ TEST(Conditions, one_whose_thread_ends_is_detached) {
     ASSERT_TRUE(eventually([] { return operations() == 2; }));
     const std::lock_guard lock(g_mutex);
     EXPECT_EQ(g_operations[1].first, 1);
+}
+
+TEST(Conditions, their_number_is_bounded_and_detaching_makes_room) {
+    std::vector<uint64_t> all;
+    while (const uint64_t one = orvu_host_condition_attach("c.many", nullptr, nullptr, nullptr)) {
+        all.push_back(one);
+        ASSERT_LE(all.size(), Conditions::kMaxConditions);
+    }
+    EXPECT_GT(all.size(), Conditions::kMaxConditions / 2);
+    for (const uint64_t one : all) {
+        EXPECT_EQ(orvu_host_condition_detach(one), ORVU_HOST_OK);
+    }
+    const uint64_t again = orvu_host_condition_attach("c.many", nullptr, nullptr, nullptr);
+    EXPECT_NE(again, 0U);
+    EXPECT_EQ(orvu_host_condition_detach(again), ORVU_HOST_OK);
+}
+
+TEST(Conditions, a_detach_that_finds_the_executors_mailbox_full_leaves_all_as_it_was) {
+    std::promise<void> end;
+    std::promise<void> installed;
+    std::thread owner([&] {
+        EXPECT_EQ(orvu_cond_exec_install("c.full", 0, 0, executor), ORVU_HOST_OK);
+        fill_own_mailbox(2 * Mailbox::kLimit - 1);
+        installed.set_value();
+        end.get_future().wait();  // without a poll, so that nothing leaves the mailbox
+    });
+    installed.get_future().wait();
+    const uint64_t last = orvu_host_condition_attach("c.full", nullptr, nullptr, nullptr);
+    ASSERT_NE(last, 0U);
+    EXPECT_EQ(orvu_host_condition_attach("c.full", nullptr, nullptr, nullptr), 0U);
+    EXPECT_EQ(orvu_host_condition_detach(last), ORVU_HOST_QUEUE_FULL);
+    EXPECT_NE(orvu_cond_get_attr(last), nullptr);
+    end.set_value();
+    owner.join();
+    EXPECT_EQ(orvu_host_condition_detach(last), ORVU_HOST_OK);
+    EXPECT_EQ(orvu_cond_get_attr(last), nullptr);
 }
 
 TEST(Conditions, wrong_handles_and_arguments_are_refused) {

@@ -345,6 +345,28 @@ TEST(EventDriver, wrong_registrations_are_refused) {
               ORVU_HOST_INVALID);
 }
 
+TEST(EventDriver, the_number_of_registrations_is_bounded_and_removing_one_makes_room) {
+    const orvu_event_handler handler = [](int32_t, orvu_msg, void*, uintptr_t) {
+    };
+    const auto add = [handler](size_t sub) {
+        return orvu_basedrv_register_event_notify(900, static_cast<int32_t>(sub), handler, nullptr,
+                                                  1, kAll);
+    };
+    const auto remove = [handler](size_t sub) {
+        return orvu_basedrv_unregister_event_notify(900, static_cast<int32_t>(sub), handler, kAll);
+    };
+    for (size_t sub = 0; sub < EventDriver::kMaxRegistrations; ++sub) {
+        ASSERT_EQ(add(sub), ORVU_HOST_OK);
+    }
+    EXPECT_EQ(add(EventDriver::kMaxRegistrations), ORVU_HOST_LIMIT);
+    EXPECT_EQ(add(5), ORVU_HOST_OK) << "one that is there";
+    EXPECT_EQ(remove(5), ORVU_HOST_OK);
+    EXPECT_EQ(add(EventDriver::kMaxRegistrations), ORVU_HOST_OK);
+    for (size_t sub = 0; sub <= EventDriver::kMaxRegistrations; ++sub) {
+        EXPECT_EQ(remove(sub), sub == 5 ? ORVU_HOST_NOT_FOUND : ORVU_HOST_OK);
+    }
+}
+
 TEST(EventDriver, waiting_for_a_handler_ends_with_its_registration_or_with_the_time) {
     EXPECT_EQ(orvu_host_wait_event_handler(10), ORVU_HOST_TIMED_OUT);
     static const orvu_event_handler handler = [](int32_t, orvu_msg, void*, uintptr_t) {

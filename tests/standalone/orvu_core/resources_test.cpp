@@ -199,6 +199,16 @@ TEST(Resources, a_thread_that_ends_takes_its_resources_along_and_fails_what_wait
     EXPECT_EQ(ask("/t/gone", JsonRef()).code, ORVU_HOST_OK);
 }
 
+TEST(Resources, a_path_of_1024_bytes_is_the_longest) {
+    const std::string longest(1024, 'p');
+    EXPECT_EQ(orvu_res_locate((longest + "p").c_str(), 0, echo), ORVU_HOST_INVALID);
+    const ServiceThread service(
+        [&longest] { EXPECT_EQ(orvu_res_locate(longest.c_str(), 0, echo), ORVU_HOST_OK); });
+    EXPECT_EQ(ask(longest.c_str(), JsonRef()).code, ORVU_HOST_OK);
+    EXPECT_EQ(ask((longest + "p").c_str(), JsonRef()).code, ORVU_HOST_INVALID);
+    orvu_host_poll(0);
+}
+
 TEST(Resources, a_full_queue_refuses_the_next_request) {
     static std::atomic<bool> busy{false};
     static std::atomic<bool> release{false};

@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
 
+#include "tests/standalone/orvu_core/full_mailbox.h"
 #include "tests/standalone/orvu_core/service_thread.h"
 
 namespace orvu::test {
@@ -268,6 +270,45 @@ TEST(Subscriptions, a_goodbye_that_dies_with_the_subscribee_leaves_no_reference)
     end = true;
     service.join();
     EXPECT_EQ(orvu_subscriber_get_attr(ref), nullptr);
+}
+
+TEST(Subscriptions, the_number_of_subscribers_is_bounded_and_leaving_makes_room) {
+    std::vector<uint64_t> all;
+    while (const uint64_t one = orvu_host_subscribe("s.many", "n", "x", subscriber, nullptr)) {
+        all.push_back(one);
+        ASSERT_LE(all.size(), Subscriptions::kMaxSubscribers);
+    }
+    // Contract subscribers of other tests stay for good.
+    EXPECT_GT(all.size(), Subscriptions::kMaxSubscribers / 2);
+    const orvu_subscriber_attr attr{"orvu", "n", 0};
+    EXPECT_EQ(orvu_subscriber_new(&attr), 0U);
+    for (const uint64_t one : all) {
+        EXPECT_EQ(orvu_host_unsubscribe(one), ORVU_HOST_OK);
+    }
+    EXPECT_NE(orvu_subscriber_new(&attr), 0U);
+}
+
+TEST(Subscriptions, a_leave_that_finds_the_subscribees_mailbox_full_leaves_all_as_it_was) {
+    Ledger mine;
+    std::promise<void> end;
+    std::promise<void> installed;
+    std::thread owner([&] {
+        EXPECT_EQ(orvu_subscribee_install("s.full", 0, 0, subscribee, nullptr), ORVU_HOST_OK);
+        fill_own_mailbox(2 * Mailbox::kLimit - 2);  // the outcome took one place
+        installed.set_value();
+        end.get_future().wait();  // without a poll, so that nothing leaves the mailbox
+    });
+    installed.get_future().wait();
+    const uint64_t last = orvu_host_subscribe("s.full", "n", "x", subscriber, &mine);
+    ASSERT_NE(last, 0U);
+    EXPECT_EQ(orvu_host_subscribe("s.full", "n", "y", subscriber, &mine), 0U);
+    EXPECT_EQ(orvu_host_pushforward(last, json("{}").get()), ORVU_HOST_QUEUE_FULL);
+    EXPECT_EQ(orvu_host_unsubscribe(last), ORVU_HOST_QUEUE_FULL);
+    end.set_value();
+    owner.join();
+    EXPECT_EQ(orvu_host_pushforward(last, json("{}").get()), ORVU_HOST_OK)
+        << "it waits for the next subscribee";
+    EXPECT_EQ(orvu_host_unsubscribe(last), ORVU_HOST_OK);
 }
 
 TEST(Subscriptions, wrong_handles_and_arguments_are_refused) {
