@@ -11,9 +11,9 @@ echo "staging header-only libraries in build/deps/native"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$prefix/include"
-{
-  orvu_apt_setup "$work/apt"
-  (cd "$work" && orvu_apt_get download libvalijson-dev && dpkg-deb -x libvalijson-dev_*.deb valijson)
-} >"$work/log" 2>&1 || { tail -n 20 "$work/log" >&2; exit 1; }
+(
+  orvu_apt_setup "$work/apt" && cd "$work" && orvu_apt_get download libvalijson-dev &&
+    dpkg-deb -x libvalijson-dev_*.deb valijson
+) >"$work/log" 2>&1 || { tail -n 20 "$work/log" >&2; exit 1; }
 cp -r "$work/valijson/usr/include/." "$prefix/include/"
 touch "$stamp"

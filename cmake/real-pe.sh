@@ -29,13 +29,13 @@ is_pe() {
   [ "$(od -An -tx1 -j"$offset" -N4 "$1" | tr -d ' ')" = 50450000 ]
 }
 
-{
-  orvu_apt_setup "$work/apt"
+(
+  orvu_apt_setup "$work/apt" || exit 1
   for package in "${packages[@]}"; do
-    mkdir "$work/$package"
-    (cd "$work/$package" && orvu_apt_get download "$package" && dpkg-deb -x ./*.deb files)
+    mkdir "$work/$package" && cd "$work/$package" && orvu_apt_get download "$package" &&
+      dpkg-deb -x ./*.deb files || exit 1
   done
-} >"$work/log" 2>&1 9>&- || { tail -n 20 "$work/log" >&2; exit 1; }
+) >"$work/log" 2>&1 9>&- || { tail -n 20 "$work/log" >&2; exit 1; }
 
 rm -rf "$target"
 mkdir -p "$target"
