@@ -99,6 +99,7 @@ void release(json_t* value) {
 void* new_block(size_t size, BlockKind kind) {
     void* block = std::calloc(1, size == 0 ? 1 : size);
     if (block != nullptr) {
+        const OwnWork own;
         FakeHost::State& s = state();
         const Guard guard(s.mutex);
         s.blocks[block] = kind;
