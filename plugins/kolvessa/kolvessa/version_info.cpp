@@ -77,11 +77,11 @@ void settle_translation(VersionInfoReader& reader) {
     if (!query(reader, ORVU_TEXT("\\VarFileInfo\\Translation"), value)) {
         return;
     }
-    const std::span<const uint8_t> first = within(reader, value.data, value.length);
-    if (first.size() < 4) {
-        return;
+    // The first entry is taken whatever length the array states, as far as the block goes.
+    const std::span<const uint8_t> first = within(reader, value.data, 4);
+    if (first.size() == 4) {
+        reader.translation = u16_at(first.data()) << 16 | u16_at(first.data() + 2);
     }
-    reader.translation = u16_at(first.data()) << 16 | u16_at(first.data() + 2);
     const query_text check = string_query(reader.translation, ORVU_TEXT("OriginalFilename"));
     if (query(reader, check.data(), value) && value.length > 1) {
         return;

@@ -106,6 +106,28 @@ TEST_F(VersionInfo, only_the_first_translation_is_looked_at) {
     EXPECT_EQ(value(ORVU_TEXT("LegalCopyright")), "none, 1");
 }
 
+TEST_F(VersionInfo, the_first_translation_is_taken_whatever_length_the_array_states) {
+    std::vector<uint8_t> bytes = pe_fixture::bytes_of("two_tables.exe");
+    const std::string key("T\0r\0a\0n\0s\0l\0a\0t\0i\0o\0n\0", 22);
+    const auto found = std::search(bytes.begin(), bytes.end(), key.begin(), key.end());
+    ASSERT_NE(found, bytes.end());
+    const auto length = static_cast<size_t>(found - bytes.begin()) - 4;
+    const pe_fixture::TestFile made;
+    for (const uint32_t stated : {1U, 2U}) {
+        pe_fixture::put(bytes, length, 2, stated);
+        made.write(bytes);
+        reader_ = {};
+        ASSERT_EQ(version_info_open(reader_, made.path().c_str()), 0);
+        EXPECT_EQ(original_name(), "deutsch.exe") << stated;
+    }
+    // Without any, what follows is no entry, and the first table serves.
+    pe_fixture::put(bytes, length, 2, 0);
+    made.write(bytes);
+    reader_ = {};
+    ASSERT_EQ(version_info_open(reader_, made.path().c_str()), 0);
+    EXPECT_EQ(original_name(), "english.exe");
+}
+
 TEST_F(VersionInfo, a_translation_without_its_table_gives_way_to_the_first_table) {
     ASSERT_EQ(open("translation_wrong.exe"), 0);
     EXPECT_EQ(reader_.translation, 0x040904B0U);
