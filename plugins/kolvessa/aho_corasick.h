@@ -14,8 +14,9 @@
 // Threads: add_pattern, build and clear need the object for themselves; search, has_patterns and
 // memory_bytes change nothing, so any number of them may run at once after build.
 //
-// Failures: only an allocation can fail, by exception. add_pattern, build and search then leave the
-// object, and search also the caller's results, as they were.
+// Failures: only room can be wanting, for patterns or in memory, which is told by exception.
+// add_pattern, build and search then leave the object, and search also the caller's results, as
+// they were.
 
 #include <cstddef>
 #include <cstdint>
