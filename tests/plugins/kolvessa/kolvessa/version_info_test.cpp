@@ -79,7 +79,7 @@ TEST_F(VersionInfo, the_four_strings_are_read) {
 TEST_F(VersionInfo, a_value_keeps_the_nul_that_its_length_counts) {
     ASSERT_EQ(open("plain.exe"), 0);
     ASSERT_EQ(query(ORVU_TEXT("OriginalFilename")), 0);
-    EXPECT_EQ(text_, wide_string(ORVU_TEXT("plain.exe"), 10));
+    EXPECT_EQ(text_, wide_string(ORVU_TEXT("plain.exe")) + orvu_wchar{0});
     ASSERT_EQ(open("no_terminator.exe"), 0);
     ASSERT_EQ(query(ORVU_TEXT("OriginalFilename")), 0);
     EXPECT_EQ(text_, wide_string(ORVU_TEXT("plain.exe"), 9));
