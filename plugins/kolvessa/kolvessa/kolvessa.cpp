@@ -1,6 +1,6 @@
 #include "plugins/kolvessa/kolvessa/kolvessa.h"
 
-#include <new>
+#include <exception>
 
 #include "orvu_core.h"
 #include "plugins/kolvessa/kolvessa/process_event.h"
@@ -9,7 +9,7 @@
 namespace kolvessa {
 namespace {
 
-// Beside the codes of the load: memory ran out in it.
+// Beside the codes of the load: it ran out of memory, or of what the store can number.
 constexpr int32_t load_out_of_memory = 9;
 
 }  // namespace
@@ -35,7 +35,7 @@ int32_t CKolvessa::load_rules() {
         }
         const int32_t parsed = app_rule_.do_all_parsh_json();
         return parsed == 0 ? 0 : parsed * 10 + 2;
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) {
         return load_out_of_memory;
     }
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <new>
+#include <stdexcept>
 
 #include "tests/plugins/kolvessa/kolvessa/ident_test.h"
 
@@ -71,6 +72,14 @@ TEST_F(KolvessaStart, libraries_without_any_rule_give_12_in_the_log_and_it_goes_
 TEST_F(KolvessaStart, running_out_of_memory_in_the_load_is_logged_and_it_goes_on) {
     home.install("default", tool_rule);
     host.on_call("orvu_str_utf8_to_unicode", [] { throw std::bad_alloc(); });
+    EXPECT_EQ(kolvessa->kolvessa_start(), 0);
+    EXPECT_THAT(host.messages(1), ElementsAre("load_rulepath_by_file:9\n"));
+    EXPECT_TRUE(host.has_event_handler());
+}
+
+TEST_F(KolvessaStart, libraries_beyond_the_stores_limits_are_logged_and_it_goes_on) {
+    home.install("default", tool_rule);
+    host.on_call("orvu_str_utf8_to_unicode", [] { throw std::length_error("too many"); });
     EXPECT_EQ(kolvessa->kolvessa_start(), 0);
     EXPECT_THAT(host.messages(1), ElementsAre("load_rulepath_by_file:9\n"));
     EXPECT_TRUE(host.has_event_handler());
