@@ -345,6 +345,7 @@ TEST(Subscriptions, pushes_from_many_threads_arrive_in_each_ones_order) {
             nullptr);
     });
     std::vector<std::thread> pushers;
+    pushers.reserve(3);
     for (int p = 0; p < 3; ++p) {
         pushers.emplace_back([p] {
             Ledger ledger;
