@@ -277,6 +277,7 @@ TEST(EventDriver, unregistering_waits_for_running_handlers_and_gives_back_what_w
     };
     ASSERT_EQ(orvu_basedrv_register_event_notify(kClass, kSub, handler, nullptr, 2000, kAll), 0);
     std::vector<std::thread> raisers;
+    raisers.reserve(ORVU_EVENT_THREADS + 2);
     std::atomic<int> refused{0};
     for (int i = 0; i < ORVU_EVENT_THREADS + 2; ++i) {
         raisers.emplace_back([i, &refused] { refused += raise(i) == ORVU_HOST_NOT_FOUND ? 1 : 0; });
