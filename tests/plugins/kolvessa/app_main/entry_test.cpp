@@ -30,8 +30,11 @@ TEST_F(Entry, a_start_calls_the_host_in_this_order) {
 }
 
 TEST_F(Entry, a_start_hands_the_hosts_argument_through_unread) {
-    orvu_plugin_init(reinterpret_cast<void*>(uintptr_t{4242}));
-    EXPECT_EQ(host.calls_of("orvu_basedrv_init_driver")[0].text, "4242");
+    int argument = 0;
+    orvu_plugin_init(&argument);
+    EXPECT_EQ(host.calls_of("orvu_basedrv_init_driver")[0].text,
+              std::to_string(reinterpret_cast<uintptr_t>(&argument)));
+    EXPECT_EQ(argument, 0);
 }
 
 TEST_F(Entry, the_subscriber_is_app_rule_of_orvu_on_rule_update_notification) {
