@@ -28,10 +28,14 @@ struct Hits {
 
     // No element is in two runs, so that merging them gives each once.
     void merge_runs() {
+        std::vector<uint32_t> merged;
         for (size_t run = 1; run < run_ends.size(); ++run) {
             const auto begin = indices.begin();
-            std::inplace_merge(begin, begin + static_cast<ptrdiff_t>(run_ends[run - 1]),
-                               begin + static_cast<ptrdiff_t>(run_ends[run]));
+            const auto middle = begin + static_cast<ptrdiff_t>(run_ends[run - 1]);
+            const auto end = begin + static_cast<ptrdiff_t>(run_ends[run]);
+            merged.resize(run_ends[run]);
+            std::merge(begin, middle, middle, end, merged.begin());
+            std::copy(merged.begin(), merged.end(), begin);
         }
     }
 };

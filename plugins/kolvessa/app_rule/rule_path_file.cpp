@@ -17,11 +17,27 @@ constexpr int32_t entry_without_tag = 1;
 constexpr int32_t entry_without_path = 2;
 constexpr int32_t entry_refused_step = 3;
 
-// What saving returns when there was no memory for the list.
-constexpr int32_t save_out_of_memory = -1;
+// What saving returns when the list can't be said in JSON: memory ran out, or a tag or a path is no
+// UTF-8. A list with a gap is never written.
+constexpr int32_t save_unspeakable = -1;
 
 uint64_t library_version(const json_t* document) {
     return static_cast<uint64_t>(json_member_integer(json_member(document, "apprule"), "version"));
+}
+
+// The list as a document, null when it can't be made whole.
+json_t* list_document(const CAppRule::Libraries& libraries) {
+    JsonRef list(qiv_json_array());
+    for (const auto& [tag, library] : libraries) {
+        JsonRef entry(qiv_json_object());
+        if (qiv_json_object_set_new(entry.get(), "tag", qiv_json_string(tag.c_str())) != 0 ||
+            qiv_json_object_set_new(entry.get(), "path", qiv_json_string(library.path.c_str())) !=
+                0 ||
+            qiv_json_array_append_new(list.get(), entry.release()) != 0) {
+            return nullptr;
+        }
+    }
+    return list.release();
 }
 
 }  // namespace
@@ -107,17 +123,9 @@ int32_t CAppRule::load_rulepath_by_file() {
 }
 
 int32_t CAppRule::save_rulepath_to_file() const {
-    int32_t result = save_out_of_memory;
-    const JsonRef list(qiv_json_array());
-    if (list) {
-        for (const auto& [tag, library] : libraries_) {
-            JsonRef entry(qiv_json_object());
-            qiv_json_object_set_new(entry.get(), "tag", qiv_json_string(tag.c_str()));
-            qiv_json_object_set_new(entry.get(), "path", qiv_json_string(library.path.c_str()));
-            qiv_json_array_append_new(list.get(), entry.release());
-        }
-        result = qiv_json_dump_file_ejs(list.get(), rule_path_file_.c_str());
-    }
+    const JsonRef list(list_document(libraries_));
+    const int32_t result =
+        list ? qiv_json_dump_file_ejs(list.get(), rule_path_file_.c_str()) : save_unspeakable;
     if (result != 0) {
         KOLVESSA_LOG_WARN("save_rulepath_to_file ret:%d", result);
     }

@@ -305,5 +305,15 @@ TEST_F(RulePathFile, a_failed_save_is_logged_without_a_line_end_and_its_result_r
                 ElementsAre("save_rulepath_to_file ret:" + std::to_string(result)));
 }
 
+TEST_F(RulePathFile, a_list_that_can_not_be_said_whole_leaves_the_saved_one_as_it_is) {
+    ASSERT_EQ(set(file("a.ejs", version("1")), "one"), 0);
+    ASSERT_EQ(store().save_rulepath_to_file(), 0);
+    const std::string before = saved();
+    ASSERT_EQ(set(file("b.ejs", version("2"), 2), "no \xFF text"), 0);
+    EXPECT_EQ(store().save_rulepath_to_file(), -1);
+    EXPECT_EQ(saved(), before);
+    EXPECT_THAT(host.messages(1), ElementsAre("save_rulepath_to_file ret:-1"));
+}
+
 }  // namespace
 }  // namespace kolvessa
