@@ -13,7 +13,8 @@ base=$( { clang-tidy-19 --version; cat .clang-tidy; git ls-files -co --exclude-s
 
 check() {
   local file="$1" key
-  key=$(cat "$file" <(echo "$base $file") | sha256sum | cut -d' ' -f1)
+  key=$(cat "$file" <(cat "${file%%/*}/.clang-tidy" 2>/dev/null) <(echo "$base $file") |
+    sha256sum | cut -d' ' -f1)
   [ -f "$clean/$key" ] && return 0
   if clang-tidy-19 --quiet -p "$build" "$file" 2>/dev/null; then
     touch "$clean/$key"

@@ -115,6 +115,7 @@ uint32_t Mailbox::wait(steady_time deadline) {
         } catch (const std::exception&) {
             // Only this host's own part of a task can throw, when memory runs out: the task is
             // lost, as its poster learns from its destruction.
+            due.front() = nullptr;
         }
         ++ran;
     }

@@ -275,6 +275,8 @@ size_t MemoryRelationStore::pack_paths(unsigned char* buffer, size_t capacity) c
         }
         unsigned char* cell = buffer + count * kPathCell;
         std::memset(cell, 0, kPathCell);
+        // The rest of the cell is zero, and every stored path leaves room for its NUL.
+        // NOLINTNEXTLINE(bugprone-not-null-terminated-result)
         std::memcpy(cell, path.data(), path.size() * sizeof(orvu_wchar));
         ++count;
     }

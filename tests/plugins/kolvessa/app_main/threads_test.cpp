@@ -11,8 +11,6 @@ namespace kolvessa {
 namespace {
 
 using testing::Contains;
-using testing::ElementsAre;
-using testing::Not;
 
 class Threads : public PluginTest {};
 
