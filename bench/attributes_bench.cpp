@@ -6,19 +6,19 @@
 //
 //   attributes_bench [--small] PE-FILE...      files with a version block and an icon
 
+#include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "bench/ratio_table.h"
 #include "orvualgo.h"
 #include "orvubase.h"
 #include "plugins/kolvessa/kolvessa/app_info.h"
@@ -51,100 +51,99 @@ namespace kolvessa::bench {
 namespace {
 
 constexpr double target = 4.0;
-constexpr int rounds = 60;
+constexpr int repetitions = 9;
 
-template <typename Work>
-double microseconds(int calls, Work work) {
-    const auto start = std::chrono::steady_clock::now();
-    for (int call = 0; call < calls; ++call) {
-        work();
+std::string name_of(const char* what, const std::string& path, uintmax_t megabytes) {
+    return std::string(what) + " " + std::filesystem::path(path).filename().string() + " " +
+           std::to_string(megabytes) + " MB";
+}
+
+void least(benchmark::State& state, const std::string& path, const std::vector<uint8_t>& icon) {
+    for (auto pass : state) {
+        struct stat status = {};
+        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        fstat(file, &status);
+        close(file);
+        uint8_t digest[16];
+        orvu_md5_calc(icon.data(), static_cast<uint32_t>(icon.size()), digest);
     }
-    const std::chrono::duration<double, std::micro> passed =
-        std::chrono::steady_clock::now() - start;
-    return passed.count() / calls;
 }
 
-// What a piece of work costs when nothing disturbs it.
-double undisturbed(const std::vector<double>& rounds) {
-    return *std::min_element(rounds.begin(), rounds.end());
-}
-
-// Microseconds of the least and of the extraction. The two take turns, so that whatever else the
-// machine does falls on both.
-struct Costs {
-    double least;
-    double extraction;
-};
-
-Costs costs_of(const std::string& path, const std::vector<uint8_t>& icon, int calls) {
+void extraction(benchmark::State& state, const std::string& path) {
     const auto wide = orvu::utf8_to_wide(orvu::path_from_native(path)).value_or(orvu::WString());
-    std::vector<double> least;
-    std::vector<double> extraction;
-    for (int round = 0; round < rounds; ++round) {
-        least.push_back(microseconds(calls, [&] {
-            struct stat status = {};
-            const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-            fstat(file, &status);
-            close(file);
-            uint8_t digest[16];
-            orvu_md5_calc(icon.data(), static_cast<uint32_t>(icon.size()), digest);
-        }));
-        extraction.push_back(microseconds(calls, [&] {
-            AppInfo info;
-            read_app_info(wide.c_str(), true, info);
-        }));
+    for (auto pass : state) {
+        AppInfo info;
+        read_app_info(wide.c_str(), true, info);
     }
-    return {undisturbed(least), undisturbed(extraction)};
 }
 
-bool compare(const std::string& path, const std::filesystem::path& folder, bool small) {
-    const int calls = small ? 5 : 100;
-    AppInfo info;
+// The bytes of the file's icon; empty when it has no icon or no version block.
+std::vector<uint8_t> icon_of(const std::string& path) {
     const auto wide = orvu::utf8_to_wide(orvu::path_from_native(path)).value_or(orvu::WString());
     std::vector<uint8_t> icon;
+    AppInfo info;
     captured = &icon;
     read_app_info(wide.c_str(), true, info);
     captured = nullptr;
-    if (icon.empty() || info.productname.empty()) {
-        std::printf("%s: no version block or no icon in it\n", path.c_str());
-        return false;
+    if (info.productname.empty()) {
+        icon.clear();
     }
-    bool met = true;
-    std::printf("%s, icon of %zu bytes\n", path.c_str(), icon.size());
-    for (const uintmax_t megabytes : {0, 5, 500}) {
-        const std::string copy = (folder / ("copy" + std::to_string(megabytes) + ".exe")).string();
-        std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
-        if (std::filesystem::file_size(copy) < megabytes << 20) {
-            std::filesystem::resize_file(copy, megabytes << 20);
+    return icon;
+}
+
+constexpr uintmax_t sizes_in_mb[] = {0, 5, 500};
+
+int compare(const std::vector<std::string>& paths, const std::filesystem::path& folder,
+            bool judge) {
+    for (const std::string& path : paths) {
+        const std::vector<uint8_t> icon = icon_of(path);
+        if (icon.empty()) {
+            std::printf("%s: no version block or no icon in it\n", path.c_str());
+            return 1;
         }
-        const Costs costs = costs_of(copy, icon, calls);
-        const double ratio = costs.extraction / costs.least;
-        const bool reached = ratio <= target;
-        met = met && reached;
-        std::printf("  %4ju MB: least %7.2f us, extraction %7.2f us %8.3f x <= %4.1f  %s\n",
-                    megabytes, costs.least, costs.extraction, ratio, target,
-                    reached ? "met" : "MISSED");
+        for (const uintmax_t megabytes : sizes_in_mb) {
+            const std::string copy = (folder / name_of("copy", path, megabytes)).string();
+            std::filesystem::copy_file(path, copy);
+            if (std::filesystem::file_size(copy) < megabytes << 20) {
+                std::filesystem::resize_file(copy, megabytes << 20);
+            }
+            benchmark::RegisterBenchmark(name_of("least", path, megabytes).c_str(),
+                                         [copy, icon](auto& state) { least(state, copy, icon); })
+                ->Repetitions(repetitions);
+            benchmark::RegisterBenchmark(name_of("extraction", path, megabytes).c_str(),
+                                         [copy](auto& state) { extraction(state, copy); })
+                ->Repetitions(repetitions);
+        }
     }
-    return met || small;
+    Collector collector;
+    benchmark::RunSpecifiedBenchmarks(&collector);
+    Table table;
+    std::puts("");
+    for (const std::string& path : paths) {
+        for (const uintmax_t megabytes : sizes_in_mb) {
+            table.line(name_of("extraction, times the least:", path, megabytes),
+                       collector.ratio(name_of("extraction", path, megabytes),
+                                       name_of("least", path, megabytes)),
+                       "x", false, target);
+        }
+    }
+    return collector.failed || (judge && table.missed) ? 1 : 0;
 }
 
 }  // namespace
 }  // namespace kolvessa::bench
 
 int main(int argc, char** argv) {
-    const bool small = argc > 1 && std::strcmp(argv[1], "--small") == 0;
-    const int first = small ? 2 : 1;
-    if (argc <= first) {
+    const bool small = kolvessa::bench::take_flags(argc, argv);
+    const std::vector<std::string> paths(argv + 1, argv + argc);
+    if (paths.empty()) {
         std::fputs("usage: attributes_bench [--small] PE-FILE...\n", stderr);
         return 2;
     }
     const auto folder = std::filesystem::temp_directory_path() /
                         ("kolvessa-attributes-bench-" + std::to_string(getpid()));
     std::filesystem::create_directories(folder);
-    bool met = true;
-    for (int i = first; i < argc; ++i) {
-        met = kolvessa::bench::compare(argv[i], folder, small) && met;
-    }
+    const int code = kolvessa::bench::compare(paths, folder, !small);
     std::filesystem::remove_all(folder);
-    return met ? 0 : 1;
+    return code;
 }

@@ -13,14 +13,13 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "bench/generators.h"
+#include "bench/ratio_table.h"
 #include "bench/worst_paths.h"
 #include "plugins/kolvessa/aho_corasick.h"
 #include "tests/plugins/kolvessa/aho_corasick_model.h"
@@ -181,40 +180,6 @@ double vectorscan_seconds(const words& patterns, rlim_t limit, bool& stopped) {
            static_cast<double>(used.ru_utime.tv_usec) / 1e6;
 }
 
-// Keeps what the table is made of while the runs are printed as usual: processor time, which a busy
-// machine does not stretch.
-class Collector : public benchmark::ConsoleReporter {
-  public:
-    Collector() : ConsoleReporter(OO_None) {}
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            const std::string name = run.run_name.function_name;
-            failed = failed || run.error_occurred;
-            seconds[name] = run.cpu_accumulated_time / static_cast<double>(run.iterations);
-            for (const auto& [counter, value] : run.counters) {
-                counters[std::string(name).append("/").append(counter)] = value;
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    std::map<std::string, double> seconds;
-    std::map<std::string, double> counters;
-    bool failed = false;
-};
-
-struct Table {
-    bool missed = false;
-
-    void line(const std::string& what, double value, const char* unit, bool at_least,
-              double target) {
-        const bool met = at_least ? value >= target : value <= target;
-        missed = missed || !met;
-        std::printf("%-58s %10.3f %-3s %s %6.1f  %s\n", what.c_str(), value, unit,
-                    at_least ? ">=" : "<=", target, met ? "met" : "MISSED");
-    }
-};
-
 int compare(Sizes sizes, bool judge) {
     const words patterns = path_patterns(sizes.patterns, 1);
     const words plain = path_patterns(sizes.patterns, 2, {20, 0});
@@ -251,7 +216,7 @@ int compare(Sizes sizes, bool judge) {
     }
 
     const auto times = [&](const char* peer, const char* own) {
-        return collector.seconds[peer] / collector.seconds[own];
+        return collector.ratio(peer, own);
     };
     Table table;
     std::puts("");
@@ -284,17 +249,8 @@ int compare(Sizes sizes, bool judge) {
 }  // namespace kolvessa::bench
 
 int main(int argc, char** argv) {
-    bool small = false;
-    int kept = 1;
-    for (int at = 1; at < argc; ++at) {
-        if (std::strcmp(argv[at], "--small") == 0) {
-            small = true;
-        } else {
-            argv[kept++] = argv[at];
-        }
-    }
-    benchmark::Initialize(&kept, argv);
-    if (benchmark::ReportUnrecognizedArguments(kept, argv)) {
+    const bool small = kolvessa::bench::take_flags(argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
     }
     kolvessa::bench::Sizes sizes;

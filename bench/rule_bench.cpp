@@ -3,64 +3,32 @@
 // half of all elements beside one whose signer is rare. Prints both ratios beside their targets and
 // exits 1 when one is missed. `--small` takes a tenth of the data and judges nothing.
 
+#include <benchmark/benchmark.h>
 #include <jansson.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "bench/generators.h"
+#include "bench/ratio_table.h"
 #include "plugins/kolvessa/app_rule/app_rule.h"
 #include "plugins/kolvessa/json_ref.h"
 #include "plugins/kolvessa/platform/platform.h"
 #include "qiv_ejs.h"
 #include "qiv_jansson.h"
+#include "standalone/orvubase/orvubase_host.h"
 
 namespace kolvessa::bench {
 namespace {
 
-constexpr int reparse_blocks = 4;
-constexpr int reparse_rounds = 4;
-constexpr int match_rounds = 9;
+constexpr int repetitions = 5;
 constexpr size_t files_of_a_kind = 1000;
 constexpr double reparse_target = 1.7;
 constexpr double shared_signer_target = 3.0;
-
-// Processor time of this thread: what else the machine does is then left out.
-double processor_seconds() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-template <typename Work>
-double seconds(Work work) {
-    const double start = processor_seconds();
-    work();
-    return processor_seconds() - start;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// Several rounds in a row, the first left out: the C library's allocator puts much of the work of a
-// release off to the next large allocation, so that a round pays for the one before it, and that
-// must be one of its own kind.
-template <typename Work>
-void measure(std::vector<double>& times, Work work) {
-    work();
-    for (int round = 0; round < reparse_rounds; ++round) {
-        times.push_back(seconds(work));
-    }
-}
 
 wide_string wide(const char* ascii) {
     return ascii == nullptr ? wide_string() : wide_string(ascii, ascii + std::strlen(ascii));
@@ -96,78 +64,84 @@ std::vector<AppInfo> files(const std::string& library, bool shared) {
     return result;
 }
 
-// Microseconds a match, and how many records all matches gave.
-double match_all(const CAppRule& store, const std::vector<AppInfo>& infos, size_t& records) {
-    std::vector<double> times;
+// A match for one file after the other.
+void match_all(benchmark::State& state, const CAppRule& store, const std::vector<AppInfo>& infos) {
     std::vector<RuleElement> matches;
-    for (int round = 0; round < match_rounds; ++round) {
+    size_t records = 0;
+    for (auto pass : state) {
         records = 0;
-        times.push_back(seconds([&] {
-            for (const AppInfo& info : infos) {
-                matches.clear();
-                store.match_app_info(info, matches);
-                records += matches.size();
-            }
-        }));
+        for (const AppInfo& info : infos) {
+            matches.clear();
+            store.match_app_info(info, matches);
+            records += matches.size();
+        }
     }
-    return median(times) / static_cast<double>(infos.size()) * 1e6;
-}
-
-bool line(const char* what, double value, double target) {
-    const bool met = value <= target;
-    std::printf("%-58s %10.3f x   <= %6.1f  %s\n", what, value, target, met ? "met" : "MISSED");
-    return met;
+    state.counters["records"] = static_cast<double>(records);
 }
 
 int compare(size_t elements, bool judge) {
     const std::filesystem::path folder =
         std::filesystem::temp_directory_path() /
         ("kolvessa-rule-bench-" + std::to_string(platform::process_id()));
+    orvu_host_set_home((folder / "home").c_str());
     std::filesystem::create_directories(folder);
     const std::string library = (folder / "library.ejs").string();
     {
         std::ofstream out(library, std::ios::binary);
         write_rule_library(out, elements, 1);
     }
-
     CAppRule store;
     bool changed = false;
-    if (store.load_json_from_file(library.c_str(), "bench", changed) != 0) {
-        std::puts("the library can't be opened");
+    if (store.load_json_from_file(library.c_str(), "bench", changed) != 0 ||
+        store.do_all_parsh_json() != 0) {
+        std::puts("the library can't be loaded");
         return 1;
     }
-    std::vector<double> jansson;
-    std::vector<double> reparse;
-    for (int block = 0; block < reparse_blocks; ++block) {
-        measure(jansson, [&] { json_decref(json_load_file(library.c_str(), 0, nullptr)); });
-        measure(reparse, [&] { store.do_all_parsh_json(); });
+    const std::vector<AppInfo> ordinary = files(library, false);
+    const std::vector<AppInfo> shared = files(library, true);
+    if (ordinary.empty() || ordinary.size() != shared.size()) {
+        std::puts("the library has too few elements to match");
+        return 1;
     }
-    std::printf("%zu elements: Jansson %.1f ms, re-parse %.1f ms\n", store.rule_count(),
-                median(jansson) * 1e3, median(reparse) * 1e3);
-    bool met = line("re-parse, times Jansson's load and release", median(reparse) / median(jansson),
-                    reparse_target);
 
-    size_t ordinary_records = 0;
-    size_t shared_records = 0;
-    const double ordinary = match_all(store, files(library, false), ordinary_records);
-    const double shared = match_all(store, files(library, true), shared_records);
-    std::printf(
-        "%zu files each: ordinary %.2f us (%zu records), shared signer %.2f us (%zu records)\n",
-        files_of_a_kind, ordinary, ordinary_records, shared, shared_records);
-    met = line("match with a signer of half the elements, times ordinary", shared / ordinary,
-               shared_signer_target) &&
-          met;
+    // Several iterations of one kind in a row: the C library's allocator puts much of the work of a
+    // release off to the next large allocation, so that each pays for the one before it.
+    const auto add = [](const char* name, auto body) {
+        benchmark::RegisterBenchmark(name, body)
+            ->Unit(benchmark::kMillisecond)
+            ->Repetitions(repetitions);
+    };
+    add("jansson", [&](auto& state) {
+        for (auto pass : state) {
+            json_decref(json_load_file(library.c_str(), 0, nullptr));
+        }
+    });
+    add("reparse", [&](auto& state) {
+        for (auto pass : state) {
+            store.do_all_parsh_json();
+        }
+    });
+    add("match", [&](auto& state) { match_all(state, store, ordinary); });
+    add("match_shared_signer", [&](auto& state) { match_all(state, store, shared); });
+
+    Collector collector;
+    benchmark::RunSpecifiedBenchmarks(&collector);
     std::filesystem::remove_all(folder);
-    return judge && !met ? 1 : 0;
+    Table table;
+    std::puts("");
+    table.line("re-parse, times Jansson's load and release", collector.ratio("reparse", "jansson"),
+               "x", false, reparse_target);
+    table.line("match with a signer of half the elements, times ordinary",
+               collector.ratio("match_shared_signer", "match"), "x", false, shared_signer_target);
+    return collector.failed || (judge && table.missed) ? 1 : 0;
 }
 
 }  // namespace
 }  // namespace kolvessa::bench
 
 int main(int argc, char** argv) {
-    const bool small = argc == 2 && std::strcmp(argv[1], "--small") == 0;
-    if (argc > 1 && !small) {
-        std::fputs("usage: rule_bench [--small]\n", stderr);
+    const bool small = kolvessa::bench::take_flags(argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
     }
     return kolvessa::bench::compare(small ? 10000 : 100000, !small);
