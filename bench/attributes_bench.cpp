@@ -59,7 +59,7 @@ std::string name_of(const char* what, const std::string& path, uintmax_t megabyt
 }
 
 void least(benchmark::State& state, const std::string& path, const std::vector<uint8_t>& icon) {
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         struct stat status = {};
         const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         fstat(file, &status);
@@ -71,7 +71,7 @@ void least(benchmark::State& state, const std::string& path, const std::vector<u
 
 void extraction(benchmark::State& state, const std::string& path) {
     const auto wide = orvu::utf8_to_wide(orvu::path_from_native(path)).value_or(orvu::WString());
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         AppInfo info;
         read_app_info(wide.c_str(), true, info);
     }

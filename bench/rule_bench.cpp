@@ -68,7 +68,7 @@ std::vector<AppInfo> files(const std::string& library, bool shared) {
 void match_all(benchmark::State& state, const CAppRule& store, const std::vector<AppInfo>& infos) {
     std::vector<RuleElement> matches;
     size_t records = 0;
-    for (auto pass : state) {
+    while (state.KeepRunning()) {
         records = 0;
         for (const AppInfo& info : infos) {
             matches.clear();
@@ -112,12 +112,12 @@ int compare(size_t elements, bool judge) {
             ->Repetitions(repetitions);
     };
     add("jansson", [&](auto& state) {
-        for (auto pass : state) {
+        while (state.KeepRunning()) {
             json_decref(json_load_file(library.c_str(), 0, nullptr));
         }
     });
     add("reparse", [&](auto& state) {
-        for (auto pass : state) {
+        while (state.KeepRunning()) {
             store.do_all_parsh_json();
         }
     });
