@@ -22,7 +22,7 @@ using kolvessa::AppInfo;
 
 struct Attribute {
     const char* key;  // as in a rule element
-    kolvessa::wide_string AppInfo::* value;
+    decltype(&AppInfo::signer) value;
 };
 constexpr std::array<Attribute, 7> attributes{{
     {"signer", &AppInfo::signer},

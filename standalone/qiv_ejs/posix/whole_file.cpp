@@ -46,7 +46,7 @@ bool fail_errno(failure& why, int32_t kind, const char* what) {
 
 // The file that `path` leads to, when it is a symbolic link. One that leads nowhere is refused.
 bool follow_link(std::string& path, failure& why) {
-    struct stat status{};
+    struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode))
         return true;
     const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
@@ -128,7 +128,7 @@ bool read_whole_file(const char* path, size_t limit, content& out, failure& why)
             return fail(why, QIV_EJS_NOT_A_FILE, "no regular file");
         return fail_errno(why, QIV_EJS_NOT_OPENED, "could not be opened");
     }
-    struct stat status{};
+    struct stat status = {};
     if (::fstat(file.get(), &status) != 0)
         return fail_errno(why, QIV_EJS_NOT_OPENED, "could not be opened");
     if (!S_ISREG(status.st_mode))
@@ -178,7 +178,7 @@ bool replace_file(const char* path, std::string_view data, failure& why) {
     const Descriptor folder(::open(folder_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.valid())
         return fail_errno(why, QIV_EJS_NOT_WRITTEN, "the folder could not be opened");
-    struct stat old{};
+    struct stat old = {};
     const bool replaces = ::fstatat(folder.get(), name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
     if (replaces && !S_ISREG(old.st_mode))
         return fail(why, QIV_EJS_NOT_A_FILE, "no regular file");

@@ -32,7 +32,7 @@ std::unique_ptr<SignedFile> SignedFile::open(const orvu_wchar* path) {
     if (fd < 0)
         return nullptr;
     std::unique_ptr<SignedFile> file(new SignedFile(fd));
-    struct stat status{};
+    struct stat status = {};
     if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))
         return nullptr;
     return file;
@@ -43,7 +43,7 @@ SignedFile::~SignedFile() {
 }
 
 bool SignedFile::identity(file_identity& out) const {
-    struct stat status{};
+    struct stat status = {};
     if (::fstat(static_cast<int>(handle_), &status) != 0)
         return false;
     out = {static_cast<uint64_t>(status.st_dev), static_cast<uint64_t>(status.st_ino),

@@ -51,6 +51,7 @@ TEST_F(JsonReference, a_document_gives_its_reference_back_at_the_end_of_its_scop
     json_incref(value);
     {
         const EjsRef document(value);
+        EXPECT_EQ(document.get(), value);
     }
     EXPECT_EQ(value->refcount, 1U);
     release_json(value);

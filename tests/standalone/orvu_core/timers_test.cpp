@@ -130,7 +130,9 @@ TEST(Timers, a_timer_without_a_callback_is_refused_and_their_number_bounded) {
     EXPECT_EQ(orvu_timer_start(1, nullptr, nullptr), 0U);
     std::vector<orvu_timer> timers;
     orvu_timer timer = 0;
-    while ((timer = orvu_timer_start(3600000, [](uintptr_t, void*) {}, nullptr)) != 0) {
+    const orvu_timer_cb nothing = [](uintptr_t, void*) {
+    };
+    while ((timer = orvu_timer_start(3600000, nothing, nullptr)) != 0) {
         timers.push_back(timer);
         ASSERT_LE(timers.size(), Timers::kLimit);
     }

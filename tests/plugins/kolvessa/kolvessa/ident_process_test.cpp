@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/fixtures/pe_fixture.h"
 #include "tests/plugins/kolvessa/kolvessa/ident_test.h"
 
 namespace kolvessa {
@@ -102,14 +103,19 @@ TEST_F(IdentProcess, the_path_of_pid_4_is_its_original_name) {
 }
 
 TEST_F(IdentProcess, pid_4_never_opens_a_file_whatever_the_path_says) {
-    load(R"([{"appid":9,"elements":[{"signer":"Somebody"}]}])");
-    host.set_signer(tool_path, "Somebody");
-    EXPECT_EQ(ident(4, tool_path, 0), 0U);
+    const kolvessa::wide_string wide = pe_fixture::path_of("plain.exe");
+    const std::string path(wide.begin(), wide.end());
+    load(R"([{"appid":9,"elements":[{"signer":"Somebody"}]},
+             {"appid":10,"elements":[{"productname":"Fixture Product"}]},
+             {"appid":11,"elements":[{"iconhash":"f601ca27640e2b5856e304cacd1ab0d3"}]}])");
+    host.set_signer(path, "Somebody");
+    EXPECT_EQ(ident(4, path.c_str(), 0), 0U);
     EXPECT_EQ(host.count("qiv_get_file_sign_w"), 0U);
     EXPECT_THAT(matched(), IsEmpty());
-    EXPECT_EQ(ident(5, tool_path, 0), 0U);
+    // The same file under another pid has all three.
+    EXPECT_EQ(ident(5, path.c_str(), 0), 0U);
     EXPECT_EQ(host.count("qiv_get_file_sign_w"), 1U);
-    EXPECT_THAT(matched(), ElementsAre(9));
+    EXPECT_THAT(matched(), ElementsAre(9, 10, 11));
 }
 
 TEST_F(IdentProcess, one_accepted_relation_of_two_is_enough) {

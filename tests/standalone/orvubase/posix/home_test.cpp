@@ -15,7 +15,7 @@
 namespace {
 
 unsigned int mode_of(const std::string& path) {
-    struct stat status{};
+    struct stat status = {};
     EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
     return status.st_mode & 07777U;
 }

@@ -40,7 +40,7 @@ std::string filled(char character) {
 }
 
 mode_t mode_of(const std::string& path) {
-    struct stat status{};
+    struct stat status = {};
     EXPECT_EQ(::lstat(path.c_str(), &status), 0);
     return status.st_mode;
 }
